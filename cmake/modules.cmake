@@ -1,0 +1,50 @@
+# add_module(NAME SOURCES file... LINKS target... [PRIVATE_LINKS target...] [INSTALL])
+#
+# A static library made of one folder. Every header of the folder is also compiled alone, and
+# twice in one unit, so that none leans on its includer. INSTALL installs library and headers for
+# other programs.
+function(add_module name)
+  cmake_parse_arguments(arg "INSTALL" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>)
+  target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  if(PLAYER_TESTS AND headers)
+    set(units)
+    foreach(header IN LISTS headers)
+      string(MAKE_C_IDENTIFIER ${header} unit)
+      set(unit ${CMAKE_CURRENT_BINARY_DIR}/headers/${unit}.cpp)
+      file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${header}\"\n#include \"${header}\"\n")
+      list(APPEND units ${unit})
+    endforeach()
+    add_library(${name}_headers OBJECT ${units})
+    target_link_libraries(${name}_headers PRIVATE ${name} ${arg_PRIVATE_LINKS})
+  endif()
+
+  if(arg_INSTALL)
+    install(TARGETS ${name} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/
+            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/playertool/${folder}
+            FILES_MATCHING PATTERN "*.h")
+  endif()
+endfunction()
+
+# add_unit_test(NAME SOURCES file... LINKS target... [TIMEOUT seconds])
+#
+# One test program, known to ctest under its own name. Tests never touch a real display unless
+# they start one: the memory display is the default.
+function(add_unit_test name)
+  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LINKS} GTest::gtest GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT
+                       "PLAYER_DISPLAY=memory")
+endfunction()

@@ -1,0 +1,541 @@
+#include "movie/vf.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cinttypes>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace movie {
+
+namespace {
+
+static_assert(sizeof(off_t) >= sizeof(std::int64_t), "movies pass 2 GiB together with their data");
+
+constexpr std::int64_t entry_bytes = 4;
+
+// ---- Bytes -------------------------------------------------------------------------------------
+
+std::uint32_t get_unsigned(const std::uint8_t *from) {
+    return std::uint32_t{from[0]} << 24U | std::uint32_t{from[1]} << 16U |
+           std::uint32_t{from[2]} << 8U | from[3];
+}
+
+std::int32_t get_signed(const std::uint8_t *from) {
+    return static_cast<std::int32_t>(get_unsigned(from));
+}
+
+void put_unsigned(std::uint8_t *to, std::uint32_t value) {
+    to[0] = static_cast<std::uint8_t>(value >> 24U);
+    to[1] = static_cast<std::uint8_t>(value >> 16U & 0xFFU);
+    to[2] = static_cast<std::uint8_t>(value >> 8U & 0xFFU);
+    to[3] = static_cast<std::uint8_t>(value & 0xFFU);
+}
+
+void put_signed(std::uint8_t *to, std::int32_t value) {
+    put_unsigned(to, static_cast<std::uint32_t>(value));
+}
+
+// ---- The file, by place ------------------------------------------------------------------------
+
+// Fills `to` from the place on, or returns false: the file fails or ends before.
+bool read_at(std::FILE *file, std::int64_t place, std::span<std::uint8_t> to) {
+    while (!to.empty()) {
+        const ssize_t n = pread(fileno(file), to.data(), to.size(), place);
+        if (n > 0) {
+            place += n;
+            to = to.subspan(static_cast<std::size_t>(n));
+        } else if (n == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Writes all of `from` at the place, or returns false with errno set; part may be written then.
+bool write_at(std::FILE *file, std::int64_t place, std::span<const std::uint8_t> from) {
+    while (!from.empty()) {
+        const ssize_t n = pwrite(fileno(file), from.data(), from.size(), place);
+        if (n > 0) {
+            place += n;
+            from = from.subspan(static_cast<std::size_t>(n));
+        } else if (n == 0) {
+            errno = ENOSPC;
+            return false;
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The file's size in bytes; -1 when it is no regular file (then errno is set).
+std::int64_t regular_size(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return -1;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = EINVAL;
+        return -1;
+    }
+    return status.st_size;
+}
+
+std::int64_t size_of(const vf_movie &film) {
+    return regular_size(fileno(film.stream.get()));
+}
+
+std::int64_t table_end(std::int64_t count) {
+    return vf_header_bytes + entry_bytes * count;
+}
+
+// ---- Opening -----------------------------------------------------------------------------------
+
+// Opens an existing regular file. A pipe would make a plain fopen wait for its other end.
+vf_stream open_existing(const char *name, const char *mode) {
+    if (name == nullptr || mode == nullptr || *mode != 'r') {
+        return nullptr;
+    }
+    const int access = std::strchr(mode, '+') != nullptr ? O_RDWR : O_RDONLY;
+    const int descriptor = open(name, access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    vf_stream stream;
+    if (regular_size(descriptor) >= 0) {
+        stream.reset(fdopen(descriptor, mode));
+    }
+    if (stream == nullptr) {
+        close(descriptor);
+    }
+    return stream;
+}
+
+constexpr bool is_picture_side(std::int32_t pixels) {
+    return pixels >= 0 && pixels <= ir1_max_dimension;
+}
+
+// Checks the header values that decide about memory. Returns false after a message.
+bool check_header(const char *caller, const vf_movie &film) {
+    if (!is_picture_side(film.width) || !is_picture_side(film.height)) {
+        std::fprintf(stderr, "%s: \"%s\": impossible picture size %" PRId32 " x %" PRId32 "\n",
+                     caller, film.name.c_str(), film.width, film.height);
+        return false;
+    }
+    if (film.count < 0) {
+        std::fprintf(stderr, "%s: \"%s\": impossible number of frames %" PRId32 "\n", caller,
+                     film.name.c_str(), film.count);
+        return false;
+    }
+    return true;
+}
+
+// Reads the frame offset table; nothing is allocated for one that the file can not hold.
+bool read_table(vf_movie &film) {
+    if (size_of(film) < table_end(film.count)) {
+        return false;
+    }
+    const auto count = static_cast<std::size_t>(film.count);
+    std::vector<std::uint8_t> bytes(count * entry_bytes);
+    if (!read_at(film.stream.get(), vf_header_bytes, bytes)) {
+        return false;
+    }
+    film.offsets.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        film.offsets[i] = get_signed(&bytes[i * entry_bytes]);
+    }
+    return true;
+}
+
+ir1_table &current_table() {
+    static ir1_table table;
+    return table;
+}
+
+vf_owner open_movie(const char *name, const char *mode) {
+    vf_owner film = std::make_unique<vf_movie>();
+    film->name = name != nullptr ? name : "";
+    film->stream = open_existing(name, mode);
+    if (film->stream == nullptr) {
+        std::fprintf(stderr, "VFopen:  Unable to open file \"%s\"\n", film->name.c_str());
+        return nullptr;
+    }
+    std::array<std::uint8_t, vf_header_bytes> header{};
+    if (!read_at(film->stream.get(), 0, header)) {
+        std::fprintf(stderr, "VFopen:  Unable to read header in \"%s\"\n", film->name.c_str());
+        return nullptr;
+    }
+    if (get_unsigned(header.data()) != vf_magic) {
+        std::fputs("VFopen: bad magic number in file.\n", stderr);
+        return nullptr;
+    }
+    film->algorithm = get_signed(&header[4]);
+    film->count = get_signed(&header[8]);
+    film->width = get_signed(&header[12]);
+    film->height = get_signed(&header[16]);
+    film->rate = get_signed(&header[20]);
+    film->threshold = get_signed(&header[24]);
+    if (film->algorithm != vf_algorithm_ir1) {
+        std::fputs("VFopen:  Unsupported compression algorithm.\n", stderr);
+        return nullptr;
+    }
+    if (!check_header("VFopen", *film)) {
+        return nullptr;
+    }
+    if (!read_table(*film)) {
+        std::fputs("VFopen:  Unable to read frame offset table\n", stderr);
+        return nullptr;
+    }
+    return film;
+}
+
+} // namespace
+
+vf_owner VFopen(const char *name, const char *mode) {
+    try {
+        vf_owner film = open_movie(name, mode);
+        if (film != nullptr) {
+            ir1_table table = IR1_init_tables();
+            if (table == nullptr) {
+                throw std::bad_alloc();
+            }
+            current_table() = std::move(table);
+        }
+        return film;
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "VFopen: \"%s\": out of memory\n", name != nullptr ? name : "");
+        return nullptr;
+    }
+}
+
+ir1_table vf_current_table() {
+    return current_table();
+}
+
+void VFclose(vf_owner film) {
+    film.reset();
+}
+
+// ---- Creating ----------------------------------------------------------------------------------
+
+namespace {
+
+// Checks what a writer filled in and completes the table. Returns false after a message.
+bool prepare_table(vf_movie &film) {
+    if (film.algorithm != vf_algorithm_ir1) {
+        std::fprintf(stderr, "VFopenWrite: \"%s\": unknown compression algorithm %" PRId32 "\n",
+                     film.name.c_str(), film.algorithm);
+        return false;
+    }
+    if (!check_header("VFopenWrite", film)) {
+        return false;
+    }
+    if (table_end(film.count) > vf_max_file_bytes) {
+        std::fprintf(stderr, "VFopenWrite: \"%s\": too many frames: %" PRId32 "\n",
+                     film.name.c_str(), film.count);
+        return false;
+    }
+    const auto count = static_cast<std::size_t>(film.count);
+    if (film.offsets.empty()) {
+        film.offsets.resize(count);
+    }
+    if (film.offsets.size() != count) {
+        std::fprintf(stderr,
+                     "VFopenWrite: \"%s\": %" PRId32 " frames, but %zu entries in the table\n",
+                     film.name.c_str(), film.count, film.offsets.size());
+        return false;
+    }
+    return true;
+}
+
+std::array<std::uint8_t, vf_header_bytes> make_header(const vf_movie &film) {
+    std::array<std::uint8_t, vf_header_bytes> header{};
+    put_unsigned(header.data(), vf_magic);
+    put_signed(&header[4], film.algorithm);
+    put_signed(&header[8], film.count);
+    put_signed(&header[12], film.width);
+    put_signed(&header[16], film.height);
+    put_signed(&header[20], film.rate);
+    put_signed(&header[24], film.threshold);
+    return header;
+}
+
+int create_movie(vf_movie &film, const char *name) {
+    film.stream.reset();
+    film.held_to = -1;
+    film.reported.clear();
+    film.name = name != nullptr ? name : "(temporary movie)";
+    if (!prepare_table(film)) {
+        return -1;
+    }
+    std::vector<std::uint8_t> table(film.offsets.size() * entry_bytes);
+    for (std::size_t i = 0; i < film.offsets.size(); ++i) {
+        put_signed(&table[i * entry_bytes], film.offsets[i]);
+    }
+    film.stream.reset(name != nullptr ? std::fopen(name, "w+e") : std::tmpfile());
+    if (film.stream == nullptr || size_of(film) < 0) {
+        std::fprintf(stderr, "VFopenWrite:  Unable to open file \"%s\"\n", film.name.c_str());
+        film.stream.reset();
+        return -1;
+    }
+    if (!write_at(film.stream.get(), 0, make_header(film))) {
+        std::fprintf(stderr, "VFopenWrite:  Unable to write header in \"%s\"\n", film.name.c_str());
+        film.stream.reset();
+        return -1;
+    }
+    if (!write_at(film.stream.get(), vf_header_bytes, table)) {
+        std::fputs("VFopenWrite:  Unable to write frame offset table\n", stderr);
+        film.stream.reset();
+        return -1;
+    }
+    return 0;
+}
+
+} // namespace
+
+int VFopenWrite(vf_movie &film, const char *name) {
+    try {
+        return create_movie(film, name);
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "VFopenWrite: \"%s\": out of memory for %" PRId32 " frames\n",
+                     name != nullptr ? name : "", film.count);
+        film.stream.reset();
+        return -1;
+    }
+}
+
+// ---- Chunks ------------------------------------------------------------------------------------
+
+namespace {
+
+// Makes the record's buffer hold `size` bytes.
+bool reserve(vf_chunk &chunk, std::size_t size) {
+    if (chunk.capacity < size) {
+        chunk.capacity = 0;
+        chunk.buffer.reset(); // before the new one: both may be large
+        chunk.buffer.reset(new (std::nothrow) std::uint8_t[size]);
+        if (chunk.buffer == nullptr) {
+            return false;
+        }
+        chunk.capacity = size;
+    }
+    return true;
+}
+
+// Returns 0, or the number of the item that could not be read.
+int read_chunk(const vf_movie &film, std::int64_t place, vf_chunk &chunk) {
+    if (place < 0 || !read_at(film.stream.get(), place, chunk.header)) {
+        return 1;
+    }
+    std::array<std::uint8_t, 4> word{};
+    place += static_cast<std::int64_t>(chunk.header.size());
+    if (!read_at(film.stream.get(), place, word)) {
+        return 2;
+    }
+    chunk.reserved = get_signed(word.data());
+    place += static_cast<std::int64_t>(word.size());
+    if (!read_at(film.stream.get(), place, word)) {
+        return 3;
+    }
+    const std::int32_t size = get_signed(word.data());
+    place += static_cast<std::int64_t>(word.size());
+    if (size != 0) {
+        const auto bytes = static_cast<std::size_t>(size);
+        if (size < 0 || size > size_of(film) - place || !reserve(chunk, bytes) ||
+            !read_at(film.stream.get(), place, {chunk.buffer.get(), bytes})) {
+            return 4;
+        }
+        chunk.data = chunk.buffer.get();
+        chunk.size = size;
+    }
+    return 0;
+}
+
+} // namespace
+
+int VFreadchunk(vf_movie &film, vf_chunk &chunk) {
+    chunk.size = 0;
+    chunk.data = nullptr;
+    const std::int64_t place = film.stream != nullptr ? ftello(film.stream.get()) : -1;
+    const int failed = read_chunk(film, place, chunk);
+    if (failed != 0) {
+        std::fprintf(stderr, "%s: read error. %d\n", failed == 4 ? "VFreadchuck" : "VFreadchunk",
+                     failed);
+        return -1;
+    }
+    return fseeko(film.stream.get(), place + vf_chunk_bytes + chunk.size, SEEK_SET) == 0 ? 0 : -1;
+}
+
+int VFdecompress(const vf_movie &film, const vf_chunk &chunk, std::span<std::uint32_t> image) {
+    if (film.algorithm != vf_algorithm_ir1 || chunk.data == nullptr) {
+        return 0;
+    }
+    const std::span packed(chunk.data, static_cast<std::size_t>(chunk.size));
+    if (current_table() == nullptr) {
+        current_table() = IR1_init_tables();
+    }
+    ir1_size size;
+    if (current_table() == nullptr || ir1_read_size(packed, &size) != 0 ||
+        size.width != film.width - film.width % ir1_block_size ||
+        size.height != film.height - film.height % ir1_block_size) {
+        return -1;
+    }
+    return IR1_decompress(*current_table(), packed, image);
+}
+
+// ---- Frames ------------------------------------------------------------------------------------
+
+void VFreport(vf_movie &film, int index, const char *what, std::int64_t value) {
+    const auto frame = static_cast<std::size_t>(index);
+    if (index < 0 || frame >= film.offsets.size() ||
+        (frame < film.reported.size() && film.reported[frame])) {
+        return;
+    }
+    std::fprintf(stderr, "VF: \"%s\": frame %d: %s (%" PRId64 ")\n", film.name.c_str(), index, what,
+                 value);
+    try {
+        film.reported.resize(film.offsets.size());
+        film.reported[frame] = true;
+    } catch (const std::bad_alloc &) {
+        return; // it may be said again then
+    }
+}
+
+namespace {
+
+// The table entry of a frame; one that was 0 is looked up again in the file.
+std::int32_t look_up_entry(vf_movie &film, int index) {
+    std::int32_t &entry = film.offsets[static_cast<std::size_t>(index)];
+    std::array<std::uint8_t, entry_bytes> bytes{};
+    if (entry == 0 && read_at(film.stream.get(), table_end(index), bytes)) {
+        entry = get_signed(bytes.data());
+    }
+    return entry;
+}
+
+// Finds the data of exactly this frame; `none` when its chunk has no data.
+vf_find find_own_data(vf_movie &film, int index, std::int64_t file_size, vf_frame *where) {
+    const std::int64_t entry = look_up_entry(film, index);
+    if (entry == 0) {
+        return vf_find::absent;
+    }
+    const auto first_chunk = table_end(static_cast<std::int64_t>(film.offsets.size()));
+    std::array<std::uint8_t, 4> word{};
+    if (entry < first_chunk || entry + vf_chunk_bytes > file_size ||
+        !read_at(film.stream.get(), entry + vf_chunk_size_offset, word)) {
+        VFreport(film, index, "no chunk at its offset", entry);
+        return vf_find::damaged;
+    }
+    const std::int64_t size = get_signed(word.data());
+    if (size == 0) {
+        return vf_find::none;
+    }
+    const std::int64_t data = entry + vf_chunk_bytes;
+    if (size < 0 || size > file_size - data) {
+        VFreport(film, index, "its data size runs outside the file", size);
+        return vf_find::damaged;
+    }
+    const auto most = static_cast<std::int64_t>(vf_max_data_bytes(film));
+    *where = {index, data, std::min(size, most)};
+    return vf_find::found;
+}
+
+} // namespace
+
+vf_find VFfindframe(vf_movie &film, int index, vf_frame *where) {
+    if (film.stream == nullptr || index < 0 ||
+        static_cast<std::size_t>(index) >= film.offsets.size()) {
+        return vf_find::none;
+    }
+    const std::int64_t file_size = size_of(film);
+    for (int i = index; i >= 0; --i) {
+        // A long hold is walked once: playing on, or back, meets what was found before.
+        if (i >= film.held.index && i <= film.held_to) {
+            film.held_to = std::max(film.held_to, index);
+            *where = film.held;
+            return vf_find::found;
+        }
+        const vf_find result = find_own_data(film, i, file_size, where);
+        if (result == vf_find::found) {
+            film.held = *where;
+            film.held_to = index;
+        }
+        if (result != vf_find::none) {
+            return result;
+        }
+    }
+    return vf_find::none;
+}
+
+int VFreadframe(vf_movie &film, const vf_frame &where, std::span<std::uint8_t> buffer) {
+    if (where.size < 0 || static_cast<std::uint64_t>(where.size) > buffer.size()) {
+        VFreport(film, where.index, "its data does not fit the buffer", where.size);
+        return -1;
+    }
+    const auto size = static_cast<std::size_t>(where.size);
+    if (film.stream == nullptr || !read_at(film.stream.get(), where.offset, buffer.first(size))) {
+        VFreport(film, where.index, "its data can not be read", where.offset);
+        return -1;
+    }
+    return 0;
+}
+
+std::size_t vf_max_data_bytes(const vf_movie &film) {
+    return ir1_worst_case(film.width, film.height);
+}
+
+// ---- Appending ---------------------------------------------------------------------------------
+
+namespace {
+
+// Writes a chunk and then its table entry. Returns 0 or the errno of what failed.
+int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) {
+    if (film.stream == nullptr || index < 0 ||
+        static_cast<std::size_t>(index) >= film.offsets.size()) {
+        return EINVAL;
+    }
+    std::FILE *file = film.stream.get();
+    const std::int64_t end = size_of(film);
+    if (end < table_end(static_cast<std::int64_t>(film.offsets.size()))) {
+        return end < 0 ? errno : EIO; // someone cut the table off
+    }
+    if (end > vf_max_file_bytes - vf_chunk_bytes ||
+        data.size() > static_cast<std::uint64_t>(vf_max_file_bytes - vf_chunk_bytes - end)) {
+        return EFBIG;
+    }
+    std::array<std::uint8_t, vf_chunk_bytes> head{};
+    put_unsigned(&head[vf_chunk_size_offset], static_cast<std::uint32_t>(data.size()));
+    if (!write_at(file, end, head) || !write_at(file, end + vf_chunk_bytes, data)) {
+        const int reason = errno;
+        // What there is of the chunk would only take space: nothing points at it.
+        [[maybe_unused]] const int cut = ftruncate(fileno(file), end);
+        return reason;
+    }
+    std::array<std::uint8_t, entry_bytes> entry{};
+    put_unsigned(entry.data(), static_cast<std::uint32_t>(end));
+    if (!write_at(file, table_end(index), entry)) {
+        return errno;
+    }
+    film.offsets[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(end);
+    film.held_to = -1;
+    return 0;
+}
+
+} // namespace
+
+int VFappend(vf_movie &film, int index, std::span<const std::uint8_t> data) {
+    const int reason = append_chunk(film, index, data);
+    if (reason == 0) {
+        return 0;
+    }
+    std::fprintf(stderr, "VFappend: \"%s\": frame %d of %zu, %zu bytes: %s\n", film.name.c_str(),
+                 index, film.offsets.size(), data.size(), std::strerror(reason));
+    errno = reason;
+    return -1;
+}
+
+} // namespace movie

@@ -1,0 +1,572 @@
+#include "movie/vf.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using movie::vf_find;
+using bytes = std::vector<std::uint8_t>;
+using pixels = std::vector<std::uint32_t>;
+
+// A directory of its own for each test, and what the calls say on standard error.
+class Vf : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = testing::TempDir() + "vf_test.XXXXXX";
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder = pattern;
+        file = folder + "/film.reel";
+        testing::internal::CaptureStderr();
+    }
+    void TearDown() override {
+        EXPECT_EQ(said(), ""); // nothing that the test did not expect
+        testing::internal::GetCapturedStderr();
+        std::filesystem::remove_all(folder);
+    }
+    // What was said since the last call.
+    static std::string said() {
+        std::string text = testing::internal::GetCapturedStderr();
+        testing::internal::CaptureStderr();
+        return text;
+    }
+    void save(const bytes &content) const {
+        std::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char *>(content.data()),
+                   static_cast<std::streamsize>(content.size()));
+    }
+    [[nodiscard]] bytes load() const {
+        std::ifstream in(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    std::string folder;
+    std::string file;
+};
+
+void put_word(bytes &to, std::size_t at, std::int64_t value) {
+    for (std::size_t i = 0; i < 4; ++i) {
+        to[at + i] = static_cast<std::uint8_t>(value >> (24 - 8 * i));
+    }
+}
+
+movie::vf_movie blank_film(int count, int width, int height) {
+    movie::vf_movie film;
+    film.count = count;
+    film.width = width;
+    film.height = height;
+    film.rate = 24;
+    film.threshold = 12;
+    film.offsets.assign(static_cast<std::size_t>(std::clamp(count, 0, 1000)), 0);
+    return film;
+}
+
+bytes compress(const pixels &image, int width, int height) {
+    bytes packed(movie::ir1_worst_case(width, height));
+    const auto n = movie::IR1_compress(image, width, height, packed, 12);
+    packed.resize(static_cast<std::size_t>(std::max<std::int64_t>(n, 0)));
+    return packed;
+}
+
+// A blue block, darker in its bottom row, beside a red (with one dark blue pixel), a green, a white
+// and a black quadrant. The bottom row comes first.
+const pixels tiny_picture{
+    0xB87838, 0xB87838, 0xB87838, 0xB87838, 0xFFFFFF, 0xFFFFFF, 0x000000, 0x000000, //
+    0xC08040, 0xC08040, 0xC08040, 0xC08040, 0xFFFFFF, 0xFFFFFF, 0x000000, 0x000000, //
+    0xC08040, 0xC08040, 0xC08040, 0xC08040, 0x0000FF, 0x0000FF, 0x00FF00, 0x00FF00, //
+    0xC08040, 0xC08040, 0xC08040, 0xC08040, 0x800000, 0x0000FF, 0x00FF00, 0x00FF00};
+
+// That picture, then the same again, then a frame not yet written: the example of docs/format.md.
+const bytes tiny_file{0x1A, 0x2B, 0x3C, 0x4D, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x03, 0x00,
+                      0x00, 0x00, 0x08, 0x00, 0x00, 0x00, 0x04, 0x00, 0x00, 0x00, 0x18, 0x00, 0x00,
+                      0x00, 0x0C, 0x00, 0x00, 0x00, 0x28, 0x00, 0x00, 0x00, 0x56, 0x00, 0x00, 0x00,
+                      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+                      0x00, 0x00, 0x00, 0x00, 0x00, 0x1C, 0x00, 0x08, 0x00, 0x04, 0x0F, 0xFF, 0x22,
+                      0x18, 0x1D, 0xF7, 0xFF, 0xFE, 0xFC, 0x00, 0x00, 0x10, 0x03, 0xE0, 0x00, 0x00,
+                      0x7F, 0xFF, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+                      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
+
+// A larger movie: a picture, a repeat, another picture.
+bytes small_file(const std::string &name) {
+    std::mt19937 random(5);
+    pixels image(64);
+    for (std::uint32_t &word : image) {
+        word = static_cast<std::uint32_t>(random());
+    }
+    movie::vf_movie film = blank_film(3, 8, 8);
+    EXPECT_EQ(movie::VFopenWrite(film, name.c_str()), 0);
+    EXPECT_EQ(movie::VFappend(film, 0, compress(image, 8, 8)), 0);
+    EXPECT_EQ(movie::VFappend(film, 1, {}), 0);
+    EXPECT_EQ(movie::VFappend(film, 2, compress(pixels(64, 0x445566), 8, 8)), 0);
+    std::ifstream in(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// Opens a file and does with every frame all that a player does, by both ways of reading. What
+// matters is what does not happen: a fault, a hang, a huge allocation.
+void exercise(const std::string &name) {
+    const movie::vf_owner film = movie::VFopen(name.c_str(), "r");
+    if (film == nullptr) {
+        return;
+    }
+    const auto words =
+        static_cast<std::size_t>(film->width) * static_cast<std::size_t>(film->height);
+    ASSERT_LT(words, std::size_t{1} << 22U);
+    pixels image(words);
+    bytes buffer(movie::vf_max_data_bytes(*film));
+    movie::vf_chunk chunk;
+    for (int i = 0; i < film->count; ++i) {
+        movie::vf_frame where;
+        if (movie::VFfindframe(*film, i, &where) == vf_find::found) {
+            ASSERT_LE(where.size, static_cast<std::int64_t>(buffer.size()));
+            const auto data = std::span(buffer).first(static_cast<std::size_t>(where.size));
+            ASSERT_EQ(movie::VFreadframe(*film, where, data), 0);
+            [[maybe_unused]] const int decoded =
+                movie::IR1_decompress(*movie::vf_current_table(), data, image);
+        }
+        if (fseeko(film->stream.get(), film->offsets[static_cast<std::size_t>(i)], SEEK_SET) == 0 &&
+            movie::VFreadchunk(*film, chunk) == 0) {
+            [[maybe_unused]] const int decoded = movie::VFdecompress(*film, chunk, image);
+        }
+    }
+}
+
+// ---- Reading and writing -----------------------------------------------------------------------
+
+TEST_F(Vf, WritesTheseBytesAndReadsThemBack) {
+    movie::vf_movie writer = blank_film(3, 8, 4);
+    ASSERT_EQ(movie::VFopenWrite(writer, file.c_str()), 0);
+    ASSERT_EQ(movie::VFappend(writer, 0, compress(tiny_picture, 8, 4)), 0);
+    ASSERT_EQ(movie::VFappend(writer, 1, {}), 0);
+    EXPECT_EQ(writer.offsets, (std::vector<std::int32_t>{0x28, 0x56, 0}));
+    EXPECT_EQ(load(), tiny_file);
+
+    movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(film, nullptr);
+    EXPECT_EQ(film->offsets, writer.offsets);
+    EXPECT_EQ((std::array{film->algorithm, film->count, film->width, film->height, film->rate,
+                          film->threshold}),
+              (std::array{0, 3, 8, 4, 24, 12}));
+    movie::vf_chunk chunk;
+    ASSERT_EQ(fseeko(film->stream.get(), film->offsets[0], SEEK_SET), 0);
+    ASSERT_EQ(movie::VFreadchunk(*film, chunk), 0);
+    ASSERT_EQ(chunk.size, 28);
+    pixels image(32);
+    ASSERT_EQ(movie::VFdecompress(*film, chunk, image), 0);
+    for (std::size_t i = 0; i < image.size(); ++i) {
+        EXPECT_EQ(image[i], tiny_picture[i] & 0xF8F8F8U) << i;
+    }
+    // The stream stands at the next chunk, which has no data; the buffer stays for later.
+    ASSERT_EQ(movie::VFreadchunk(*film, chunk), 0);
+    EXPECT_EQ(chunk.size, 0);
+    EXPECT_EQ(chunk.data, nullptr);
+    EXPECT_NE(chunk.buffer, nullptr);
+    EXPECT_EQ(movie::VFdecompress(*film, chunk, {}), 0);
+    movie::VFclose(std::move(film));
+    movie::VFclose(nullptr);
+}
+
+TEST_F(Vf, DecompressWantsTheMoviesSize) {
+    save(tiny_file);
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "rb");
+    ASSERT_NE(film, nullptr);
+    const bytes data = compress(pixels(64, 0x445566), 8, 8);
+    movie::vf_chunk chunk;
+    chunk.data = data.data();
+    chunk.size = static_cast<std::int32_t>(data.size());
+    pixels image(64, 7);
+    EXPECT_EQ(movie::VFdecompress(*film, chunk, image), -1); // 8 x 8 in a movie of 8 x 4
+    film->height = 11;                                       // an unrounded header serves too
+    EXPECT_EQ(movie::VFdecompress(*film, chunk, std::span(image).first(63)), -1);
+    EXPECT_EQ(image, pixels(64, 7));
+    EXPECT_EQ(movie::VFdecompress(*film, chunk, image), 0);
+    EXPECT_EQ(image, pixels(64, 0x405060));
+    film->algorithm = 1;
+    chunk.size = 1;
+    EXPECT_EQ(movie::VFdecompress(*film, chunk, {}), 0);
+}
+
+TEST_F(Vf, FindsFramesBehindRepeats) {
+    movie::vf_movie film = blank_film(7, 8, 4);
+    ASSERT_EQ(movie::VFopenWrite(film, nullptr), 0);
+    const bytes one = compress(tiny_picture, 8, 4);
+    const bytes two = compress(pixels(32, 0x112233), 8, 4);
+    ASSERT_EQ(movie::VFappend(film, 0, {}), 0);
+    ASSERT_EQ(movie::VFappend(film, 1, one), 0);
+    ASSERT_EQ(movie::VFappend(film, 2, {}), 0);
+    ASSERT_EQ(movie::VFappend(film, 3, {}), 0);
+    ASSERT_EQ(movie::VFappend(film, 5, {}), 0); // repeats frame 4, which is absent
+    const auto found = [&](int index) {
+        movie::vf_frame where;
+        const vf_find result = movie::VFfindframe(film, index, &where);
+        return std::pair(result, where.index);
+    };
+    const auto expect = [&](const std::vector<int> &order) {
+        const std::array<std::pair<vf_find, int>, 7> wanted{{{vf_find::none, -1},
+                                                             {vf_find::found, 1},
+                                                             {vf_find::found, 1},
+                                                             {vf_find::found, 1},
+                                                             {vf_find::absent, -1},
+                                                             {vf_find::absent, -1},
+                                                             {vf_find::absent, -1}}};
+        for (const int i : order) {
+            EXPECT_EQ(found(i), wanted[static_cast<std::size_t>(i)]) << i;
+        }
+    };
+    expect({0, 1, 2, 3, 4, 5, 6});
+    expect({3, 2, 1, 0, 3, 5, 1});
+    for (const int none : {-1, 7, INT_MIN, INT_MAX}) {
+        EXPECT_EQ(found(none), std::pair(vf_find::none, -1));
+    }
+    // A frame that comes again counts from then on, also for those that repeat it.
+    ASSERT_EQ(movie::VFappend(film, 2, two), 0);
+    EXPECT_EQ(found(3), std::pair(vf_find::found, 2));
+    movie::vf_frame where;
+    bytes data(two.size());
+    ASSERT_EQ(movie::VFfindframe(film, 3, &where), vf_find::found);
+    ASSERT_EQ(movie::VFreadframe(film, where, data), 0);
+    EXPECT_EQ(data, two);
+    EXPECT_EQ(found(1), std::pair(vf_find::found, 1));
+}
+
+TEST_F(Vf, PlaysAMovieThatSomeoneElseIsWriting) {
+    movie::vf_movie writer = blank_film(400, 8, 4);
+    ASSERT_EQ(movie::VFopenWrite(writer, file.c_str()), 0);
+    const movie::vf_owner reader = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(reader, nullptr);
+    for (int i = 0; i < 400; ++i) {
+        movie::vf_frame where;
+        ASSERT_EQ(movie::VFfindframe(*reader, i, &where), vf_find::absent);
+        const bytes data = compress(pixels(32, static_cast<std::uint32_t>(i) << 3U), 8, 4);
+        ASSERT_EQ(movie::VFappend(writer, i, data), 0);
+        ASSERT_EQ(movie::VFfindframe(*reader, i, &where), vf_find::found);
+        bytes read(static_cast<std::size_t>(where.size));
+        ASSERT_EQ(movie::VFreadframe(*reader, where, read), 0);
+        ASSERT_EQ(read, data);
+        movie::vf_chunk chunk; // the stream's buffer is stale by now
+        ASSERT_EQ(
+            fseeko(reader->stream.get(), writer.offsets[static_cast<std::size_t>(i)], SEEK_SET), 0);
+        ASSERT_EQ(movie::VFreadchunk(*reader, chunk), 0);
+        ASSERT_EQ(bytes(chunk.data, chunk.data + chunk.size), data);
+    }
+}
+
+TEST_F(Vf, EachOpenMakesATableAndOlderOnesLive) {
+    save(tiny_file);
+    const movie::vf_owner first = movie::VFopen(file.c_str(), "r");
+    const movie::ir1_table table = movie::vf_current_table();
+    const movie::vf_owner second = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(table, nullptr);
+    EXPECT_NE(movie::vf_current_table(), table);
+    EXPECT_EQ(*movie::vf_current_table(), *table);
+}
+
+// ---- Refusals ----------------------------------------------------------------------------------
+
+TEST_F(Vf, OpenSaysWhatIsWrong) {
+    const auto edited = [](std::size_t at, std::int64_t value) {
+        bytes content = tiny_file;
+        put_word(content, at, value);
+        return content;
+    };
+    bytes algorithm_first = edited(4, 1); // told before the table is looked at
+    algorithm_first.resize(28);
+    const std::string quoted = "\"" + file + "\"";
+    const std::string table = "VFopen:  Unable to read frame offset table\n";
+    const std::string sizes = "VFopen: " + quoted + ": impossible picture size ";
+    const std::string frames = "VFopen: " + quoted + ": impossible number of frames ";
+    const struct {
+        bytes content;
+        std::string message;
+    } cases[] = {
+        {{}, "VFopen:  Unable to read header in " + quoted + "\n"},
+        {bytes(tiny_file.begin(), tiny_file.begin() + 27),
+         "VFopen:  Unable to read header in " + quoted + "\n"},
+        {edited(0, 0x4D3C2B1A), "VFopen: bad magic number in file.\n"},
+        {edited(4, 1), "VFopen:  Unsupported compression algorithm.\n"},
+        {algorithm_first, "VFopen:  Unsupported compression algorithm.\n"},
+        {bytes(tiny_file.begin(), tiny_file.begin() + 39), table},
+        {edited(8, 20), table},
+        {edited(8, INT_MAX), table},
+        {edited(8, -1), frames + "-1\n"},
+        {edited(12, -4), sizes + "-4 x 4\n"},
+        {edited(16, 32768), sizes + "8 x 32768\n"},
+    };
+    for (const auto &c : cases) {
+        save(c.content);
+        EXPECT_EQ(movie::VFopen(file.c_str(), "r"), nullptr);
+        EXPECT_EQ(said(), c.message);
+    }
+    save(edited(8, 0)); // no frames: a movie all the same
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(film, nullptr);
+    EXPECT_TRUE(film->offsets.empty());
+}
+
+TEST_F(Vf, OpensRegularFilesOnly) {
+    const std::string pipe = folder + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string &name : {folder, pipe, folder + "/missing", std::string("/dev/zero")}) {
+        EXPECT_EQ(movie::VFopen(name.c_str(), "r"), nullptr);
+        EXPECT_EQ(said(), "VFopen:  Unable to open file \"" + name + "\"\n");
+        if (name != folder + "/missing") {
+            movie::vf_movie film = blank_film(1, 8, 4);
+            EXPECT_EQ(movie::VFopenWrite(film, name.c_str()), -1);
+            EXPECT_EQ(said(), "VFopenWrite:  Unable to open file \"" + name + "\"\n");
+        }
+    }
+    save(tiny_file);
+    for (const char *mode : {"w", "w+", "a", ""}) { // which would change or create the file
+        EXPECT_EQ(movie::VFopen(file.c_str(), mode), nullptr);
+        EXPECT_EQ(said(), "VFopen:  Unable to open file \"" + file + "\"\n");
+    }
+    EXPECT_EQ(load(), tiny_file);
+}
+
+TEST_F(Vf, OpenWriteRefusesNonsense) {
+    const auto refuse = [&](movie::vf_movie film, const std::string &what) {
+        EXPECT_EQ(movie::VFopenWrite(film, file.c_str()), -1);
+        EXPECT_EQ(film.stream, nullptr);
+        EXPECT_EQ(said(), "VFopenWrite: \"" + file + "\": " + what + "\n");
+        EXPECT_FALSE(std::filesystem::exists(file));
+    };
+    refuse(blank_film(-1, 8, 4), "impossible number of frames -1");
+    refuse(blank_film(1, -8, 4), "impossible picture size -8 x 4");
+    refuse(blank_film(1, 8, 40000), "impossible picture size 8 x 40000");
+    refuse(blank_film(INT_MAX, 8, 4), "too many frames: 2147483647");
+    movie::vf_movie film = blank_film(3, 8, 4);
+    film.offsets.resize(2);
+    refuse(std::move(film), "3 frames, but 2 entries in the table");
+    film = blank_film(3, 8, 4);
+    film.algorithm = 9;
+    refuse(std::move(film), "unknown compression algorithm 9");
+
+    film = blank_film(3, 8, 4);
+    film.offsets.clear(); // becomes zeros
+    EXPECT_EQ(movie::VFopenWrite(film, file.c_str()), 0);
+    EXPECT_EQ(load().size(), 40U);
+}
+
+TEST_F(Vf, ReadChunkNamesTheItemThatFailed) {
+    save(tiny_file);
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(film, nullptr);
+    const struct {
+        std::size_t cut; // of the file
+        std::int64_t size;
+        const char *message;
+    } cases[] = {{0x28 + 9, 28, "VFreadchunk: read error. 1\n"},
+                 {0x28 + 13, 28, "VFreadchunk: read error. 2\n"},
+                 {0x28 + 17, 28, "VFreadchunk: read error. 3\n"},
+                 {0x28 + 45, 28, "VFreadchuck: read error. 4\n"},
+                 {0x28 + 46, -1, "VFreadchuck: read error. 4\n"},
+                 {0x28 + 46, INT_MAX, "VFreadchuck: read error. 4\n"}};
+    for (const auto &c : cases) {
+        bytes content = tiny_file;
+        put_word(content, 0x28 + 14, c.size);
+        content.resize(c.cut);
+        save(content);
+        movie::vf_chunk chunk;
+        ASSERT_EQ(fseeko(film->stream.get(), 0x28, SEEK_SET), 0);
+        EXPECT_EQ(movie::VFreadchunk(*film, chunk), -1);
+        EXPECT_EQ(said(), c.message);
+        EXPECT_EQ(chunk.data, nullptr);
+        EXPECT_EQ(ftello(film->stream.get()), 0x28);
+    }
+    film->stream.reset();
+    movie::vf_chunk chunk;
+    EXPECT_EQ(movie::VFreadchunk(*film, chunk), -1);
+    EXPECT_EQ(said(), "VFreadchunk: read error. 1\n");
+}
+
+TEST_F(Vf, DamagedFramesAreToldOnce) {
+    const std::string head = "VF: \"" + file + "\": frame 0: ";
+    const auto check = [&](std::int64_t entry, std::int64_t size, const std::string &what) {
+        bytes content = tiny_file;
+        put_word(content, 28, entry);
+        put_word(content, 0x28 + 14, size);
+        save(content);
+        const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+        ASSERT_NE(film, nullptr);
+        movie::vf_frame where;
+        EXPECT_EQ(movie::VFfindframe(*film, 1, &where), vf_find::damaged); // which repeats frame 0
+        EXPECT_EQ(movie::VFfindframe(*film, 0, &where), vf_find::damaged);
+        EXPECT_EQ(said(), head + what + "\n");
+        EXPECT_EQ(where.index, -1);
+    };
+    for (const std::int64_t entry : {-1, INT_MIN, INT_MAX, 1, 28, 39, 104, 104 - 17}) {
+        check(entry, 28, "no chunk at its offset (" + std::to_string(entry) + ")");
+    }
+    for (const std::int64_t size : {-1, INT_MIN, INT_MAX, 47}) {
+        check(0x28, size, "its data size runs outside the file (" + std::to_string(size) + ")");
+    }
+
+    save(tiny_file);
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    movie::vf_frame where;
+    ASSERT_EQ(movie::VFfindframe(*film, 0, &where), vf_find::found);
+    bytes buffer(27);
+    EXPECT_EQ(movie::VFreadframe(*film, where, buffer), -1);
+    EXPECT_EQ(said(), head + "its data does not fit the buffer (28)\n");
+    buffer.resize(28);
+    ASSERT_EQ(truncate(file.c_str(), 0x28 + 20), 0);
+    EXPECT_EQ(movie::VFreadframe(*film, where, buffer), -1); // told already
+    movie::VFreport(*film, 1, "decoder says no", 5);
+    movie::VFreport(*film, 3, "no such frame", 5);
+    EXPECT_EQ(said(), "VF: \"" + file + "\": frame 1: decoder says no (5)\n");
+}
+
+TEST_F(Vf, ReadsNoMoreThanAFrameCanUse) {
+    bytes content = tiny_file;
+    put_word(content, 0x28 + 14, 5000);
+    content.resize(0x28 + 18 + 5000);
+    save(content);
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    movie::vf_frame where;
+    ASSERT_EQ(movie::VFfindframe(*film, 0, &where), vf_find::found);
+    EXPECT_EQ(where.size, 4 + 2 * 18);
+}
+
+// ---- Appending that fails ----------------------------------------------------------------------
+
+TEST_F(Vf, StopsBeforeTheOffsetsRunOut) {
+    movie::vf_movie film = blank_film(2, 8, 4);
+    ASSERT_EQ(movie::VFopenWrite(film, file.c_str()), 0);
+    const bytes data = compress(tiny_picture, 8, 4);
+    const std::int64_t last =
+        movie::vf_max_file_bytes - movie::vf_chunk_bytes - static_cast<std::int64_t>(data.size());
+    ASSERT_EQ(truncate(file.c_str(), last + 1), 0); // a hole, no data
+    EXPECT_EQ(movie::VFappend(film, 0, data), -1);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(std::filesystem::file_size(file), static_cast<std::uintmax_t>(last + 1));
+    EXPECT_EQ(said(), "VFappend: \"" + file + "\": frame 0 of 2, 28 bytes: File too large\n");
+    ASSERT_EQ(truncate(file.c_str(), last), 0);
+    EXPECT_EQ(movie::VFappend(film, 0, data), 0);
+    EXPECT_EQ(movie::VFappend(film, 1, {}), -1);
+    said();
+    const movie::vf_owner reader = movie::VFopen(file.c_str(), "r");
+    movie::vf_frame where;
+    ASSERT_EQ(movie::VFfindframe(*reader, 0, &where), vf_find::found);
+    bytes read(data.size());
+    ASSERT_EQ(movie::VFreadframe(*reader, where, read), 0);
+    EXPECT_EQ(read, data);
+}
+
+// Files end at this size while it lives, as on a full disk.
+class full_disk {
+public:
+    explicit full_disk(rlim_t size) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit now{size, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+    full_disk(const full_disk &) = delete;
+    full_disk &operator=(const full_disk &) = delete;
+    ~full_disk() {
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+    }
+
+private:
+    rlimit before{};
+    void (*handler)(int);
+};
+
+TEST_F(Vf, FailedWritesAreToldAndLeaveTheMovieWhole) {
+    movie::vf_movie film = blank_film(200, 8, 4); // large beside the captured messages
+    ASSERT_EQ(movie::VFopenWrite(film, file.c_str()), 0);
+    const bytes data = compress(tiny_picture, 8, 4);
+    ASSERT_EQ(movie::VFappend(film, 0, data), 0);
+    const bytes before = load();
+    for (const rlim_t room : {0U, 17U, 18U, 40U}) {
+        {
+            const full_disk disk(before.size() + room);
+            EXPECT_EQ(movie::VFappend(film, 1, data), -1);
+            EXPECT_EQ(errno, EFBIG);
+        }
+        EXPECT_EQ(load(), before) << room;
+        EXPECT_EQ(film.offsets[1], 0);
+        EXPECT_EQ(said(), "VFappend: \"" + file + "\": frame 1 of 200, 28 bytes: File too large\n");
+    }
+    for (const int index : {-1, 200, INT_MAX}) {
+        EXPECT_EQ(movie::VFappend(film, index, data), -1);
+        EXPECT_EQ(errno, EINVAL);
+    }
+    const movie::vf_owner reader = movie::VFopen(file.c_str(), "r");
+    EXPECT_EQ(movie::VFappend(*reader, 1, data), -1); // opened for reading only
+    EXPECT_EQ(errno, EBADF);
+    said();
+    ASSERT_EQ(movie::VFappend(film, 1, data), 0);
+    EXPECT_EQ(load().size(), before.size() + 46);
+}
+
+TEST_F(Vf, FailedCreationIsTold) {
+    const std::pair<std::size_t, std::string> cases[] = {
+        {27, "VFopenWrite:  Unable to write header in \"" + file + "\"\n"},
+        {28 + 399, "VFopenWrite:  Unable to write frame offset table\n"}};
+    for (const auto &[room, message] : cases) {
+        movie::vf_movie film = blank_film(100, 8, 4);
+        {
+            const full_disk disk(room); // the message's own file ends there too
+            EXPECT_EQ(movie::VFopenWrite(film, file.c_str()), -1);
+        }
+        EXPECT_EQ(film.stream, nullptr);
+        EXPECT_EQ(said(), message.substr(0, room));
+    }
+}
+
+// ---- Hostile files -----------------------------------------------------------------------------
+
+TEST_F(Vf, EveryPrefixIsHarmless) {
+    const bytes whole = small_file(file);
+    for (std::size_t n = 0; n < whole.size(); ++n) {
+        SCOPED_TRACE(n);
+        save(bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(n)));
+        exercise(file);
+    }
+    EXPECT_NE(said(), "");
+}
+
+TEST_F(Vf, EveryFlippedBitIsHarmless) {
+    const bytes whole = small_file(file);
+    std::vector<std::size_t> places; // header, table, chunk heads: each bit
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    for (std::size_t i = 0; i < 40; ++i) {
+        places.push_back(i);
+    }
+    for (const std::int32_t offset : film->offsets) {
+        for (std::size_t i = 0; i < 18 + 4; ++i) {
+            places.push_back(static_cast<std::size_t>(offset) + i);
+        }
+    }
+    const auto exercise_flipped = [&](std::size_t place, unsigned bit) {
+        SCOPED_TRACE(testing::Message() << "byte " << place << ", bit " << bit);
+        bytes content = whole;
+        content[place] = static_cast<std::uint8_t>(content[place] ^ 1U << bit);
+        save(content);
+        exercise(file);
+    };
+    for (const std::size_t place : places) {
+        for (unsigned bit = 0; bit < 8 && place < whole.size(); ++bit) {
+            exercise_flipped(place, bit);
+        }
+    }
+    std::mt19937 random(9);
+    for (int i = 0; i < 300; ++i) {
+        exercise_flipped(random() % whole.size(), static_cast<unsigned>(random() % 8));
+    }
+    EXPECT_NE(said(), "");
+}
+
+} // namespace
