@@ -1,0 +1,40 @@
+// Another program on the same X server: looks at the screen, and does what hands would do.
+#pragma once
+
+#include "platform/display/display.h"
+
+#include <string>
+#include <vector>
+#include <xcb/xcb.h>
+
+class x11_observer {
+public:
+    explicit x11_observer(const std::string &display_name);
+    x11_observer(const x11_observer &) = delete;
+    x11_observer &operator=(const x11_observer &) = delete;
+    ~x11_observer();
+
+    // Words 0x00RRGGBB of the screen, in device pixels.
+    [[nodiscard]] std::vector<std::uint32_t> look(display::rectangle area);
+
+    void press_key(int keycode, bool down);
+    void press_button(int button, bool down);
+    void move_pointer(display::point to);
+
+    // The window with this title, wherever it hangs in the tree; 0: none.
+    [[nodiscard]] xcb_window_t find(const char *title) { return find_below(root_, title); }
+    // A client message, as window managers and other programs send them.
+    void send(xcb_window_t to, const char *type, const std::vector<std::uint32_t> &words,
+              bool to_root = false);
+    [[nodiscard]] xcb_atom_t atom(const char *name);
+
+    // Drops a text/uri-list on a window and plays the other side until the target has finished.
+    // Returns whether the target said that it took it.
+    bool drop(xcb_window_t target, const std::string &list, void (*let_target_work)());
+
+private:
+    xcb_window_t find_below(xcb_window_t from, const char *title);
+
+    xcb_connection_t *c_;
+    xcb_window_t root_ = 0;
+};
