@@ -1,0 +1,81 @@
+// Frame numbers: ranges of them, and what they look like in file names.
+//
+//   frame_range range;
+//   parse_frame_range("10-20", &range);                        // 0: range is 10 .. 20
+//   frame_pattern pattern;
+//   parse_pattern("shots/a.####.png", &pattern);               // pattern_kind::pattern
+//   format_frame_path(pattern, 7);                             // "shots/a.0007.png"
+//
+// A pattern is a path whose last part holds one placeholder for the frame number: a run of '#' or
+// of '@' as long as the shortest number, or %d or %0Nd. Numbers are padded with zeros to that
+// length and are longer where they need to be: "a.##.png" stands for a.09.png, a.10.png and
+// a.100.png. A single '#', '@' and %d accept any padding and write none. A number may be negative
+// where its sign starts the name or follows a '.' or '_' ("a.-01.png"); elsewhere a '-' is part
+// of the name. Numbers have at most 18 digits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reel {
+
+// Frame numbers, both ends included.
+struct frame_range {
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+};
+
+// Reads "A-B" or "A"; numbers may be negative ("-5--1"). Returns 0, or -1 when the text is
+// anything else or B comes before A.
+[[nodiscard]] int parse_frame_range(std::string_view text, frame_range *range);
+
+// "frame 9", "frames 5-7, 9"; after the eighth run "...".
+[[nodiscard]] std::string format_ranges(std::span<const frame_range> ranges);
+
+// Adds a number, which must come after those that are there.
+void add_to_ranges(std::vector<frame_range> &ranges, std::int64_t number);
+
+// How many numbers there are.
+[[nodiscard]] std::int64_t count_in_ranges(std::span<const frame_range> ranges);
+
+struct frame_pattern {
+    std::string folder; // with its last '/', or empty
+    std::string prefix; // of the name
+    std::string suffix; // of the name
+    int padding = 0;    // characters of the shortest number, sign included; 0: any
+};
+
+enum class pattern_kind {
+    pattern, // filled
+    plain,   // the path holds no placeholder
+    unclear, // it holds several
+};
+
+[[nodiscard]] pattern_kind parse_pattern(std::string_view path, frame_pattern *pattern);
+
+// "shots/a.####.png"
+[[nodiscard]] std::string format_pattern(const frame_pattern &pattern);
+
+// The path of one frame.
+[[nodiscard]] std::string format_frame_path(const frame_pattern &pattern, std::int64_t number);
+
+// Reads the frame number that a file name (without folder) has under a pattern. Returns 0, or -1
+// when the name does not fit.
+[[nodiscard]] int match_frame_name(const frame_pattern &pattern, std::string_view name,
+                                   std::int64_t *number);
+
+// A place in a file name where a frame number may stand, sign included.
+struct digit_run {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+// All of them from the last to the first, but for those in the extension: "-001" and "2" of
+// "a_v2.-001.mp4".
+[[nodiscard]] std::vector<digit_run> find_digit_runs(std::string_view name);
+
+} // namespace reel

@@ -1,0 +1,41 @@
+// How far a long command is: frames done, frames per second, time to go, on standard error.
+//
+//   progress meter = start_progress("encoding", 240);
+//   for (...)
+//       step_progress(meter);
+//   clear_progress(meter);          // before any other line is written, and at the end
+//
+// On a terminal one line is rewritten ten times a second; elsewhere a plain line appears every
+// five seconds, so that a log of a short run has none and that of a long one is not flooded.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace reel {
+
+struct progress {
+    std::string verb;
+    std::int64_t total = 0; // frames
+    std::int64_t done = 0;  // frames
+    bool terminal = false;
+    bool visible = false; // a line stands on the terminal
+    std::chrono::steady_clock::time_point started;
+    std::chrono::steady_clock::time_point shown;
+};
+
+[[nodiscard]] progress start_progress(const char *verb, std::int64_t total);
+
+// One more frame is done.
+void step_progress(progress &meter);
+
+// Takes the line off the terminal; the next step brings it back.
+void clear_progress(progress &meter);
+
+[[nodiscard]] double progress_seconds(const progress &meter);
+
+// "0:07", "1:02:03".
+[[nodiscard]] std::string format_duration(double seconds);
+
+} // namespace reel

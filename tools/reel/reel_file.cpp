@@ -1,0 +1,158 @@
+#include "tools/reel/reel_file.h"
+
+#include "tools/reel/report.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace reel {
+
+namespace {
+
+constexpr std::int64_t table_entry_bytes = 4;
+
+// Returns the number of bytes read, fewer than asked for only at the end of the file or when it
+// cannot be read.
+std::size_t read_at(const movie::vf_movie &film, std::int64_t place, std::uint8_t *to,
+                    std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n = ::pread(::fileno(film.stream.get()), to + done, size - done,
+                                  place + static_cast<std::int64_t>(done));
+        if (n <= 0 && !(n < 0 && errno == EINTR))
+            break;
+        done += n > 0 ? static_cast<std::size_t>(n) : 0;
+    }
+    return done;
+}
+
+std::int64_t table_end(const movie::vf_movie &film) {
+    return movie::vf_header_bytes +
+           table_entry_bytes * static_cast<std::int64_t>(film.offsets.size());
+}
+
+frame_entry examine_chunk(const movie::vf_movie &film, std::int64_t offset,
+                          std::int64_t file_bytes) {
+    frame_entry entry;
+    entry.offset = offset;
+    if (offset == 0)
+        return entry;
+    if (offset < 0 || offset >= file_bytes) {
+        entry.state = frame_state::offset_outside;
+        return entry;
+    }
+    if (offset < table_end(film)) {
+        entry.state = frame_state::offset_in_head;
+        return entry;
+    }
+    entry.state = frame_state::chunk_cut_off;
+    std::array<std::uint8_t, 4> size{};
+    if (read_at(film, offset + movie::vf_chunk_size_offset, size.data(), size.size()) < size.size())
+        return entry;
+    entry.size =
+        static_cast<std::int32_t>(std::uint32_t{size[0]} << 24 | std::uint32_t{size[1]} << 16 |
+                                  std::uint32_t{size[2]} << 8 | size[3]);
+    if (entry.size == 0)
+        entry.state = frame_state::repeat;
+    else if (entry.size > 0 && entry.size <= file_bytes - offset - movie::vf_chunk_bytes)
+        entry.state = frame_state::picture;
+    return entry;
+}
+
+// Looks at what a name stands for, so that the message can say more than that opening failed.
+int check_kind(const std::string &name) {
+    struct stat status {};
+    const char *fault = nullptr;
+    if (::stat(name.c_str(), &status) != 0 || ::access(name.c_str(), R_OK) != 0)
+        fault = std::strerror(errno);
+    else if (S_ISDIR(status.st_mode))
+        fault = "it is a folder";
+    else if (!S_ISREG(status.st_mode))
+        fault = "it is not a regular file";
+    else if (status.st_size == 0)
+        fault = "it is empty";
+    if (fault != nullptr)
+        report("%s: %s", name.c_str(), fault);
+    return fault == nullptr ? 0 : -1;
+}
+
+} // namespace
+
+int open_reel(const std::string &name, reel_file &file) {
+    if (check_kind(name) != 0)
+        return -1;
+    file.film = movie::VFopen(name.c_str(), "r");
+    struct stat status {};
+    if (file.film == nullptr || ::fstat(::fileno(file.film->stream.get()), &status) != 0) {
+        report("%s: it cannot be opened as a movie", name.c_str());
+        return -1;
+    }
+    file.bytes = status.st_size;
+    const movie::vf_movie &film = *file.film;
+    file.frames.clear();
+    file.frames.reserve(film.offsets.size());
+    for (const std::int32_t offset : film.offsets) {
+        frame_entry entry = examine_chunk(film, offset, file.bytes);
+        if (entry.state == frame_state::picture)
+            entry.source = static_cast<int>(file.frames.size());
+        else if (entry.state == frame_state::repeat && !file.frames.empty())
+            entry.source = file.frames.back().source;
+        file.frames.push_back(entry);
+    }
+    return 0;
+}
+
+frame_fault decode_frame(const reel_file &file, int index, frame_buffer &buffer) {
+    const movie::vf_movie &film = *file.film;
+    const frame_entry &frame = file.frames[static_cast<std::size_t>(index)];
+    const auto wanted = std::min(static_cast<std::size_t>(frame.size), vf_max_data_bytes(film));
+    buffer.packed.resize(wanted);
+    buffer.words.resize(static_cast<std::size_t>(coded_side(film.width)) *
+                        static_cast<std::size_t>(coded_side(film.height)));
+    if (read_at(film, frame.offset + movie::vf_chunk_bytes, buffer.packed.data(), wanted) < wanted)
+        return frame_fault::unreadable;
+    buffer.chunk.data = buffer.packed.data();
+    buffer.chunk.size = static_cast<std::int32_t>(wanted);
+    return movie::VFdecompress(film, buffer.chunk, buffer.words) == 0 ? frame_fault::none
+                                                                      : frame_fault::bad_data;
+}
+
+int coded_side(int pixels) {
+    return pixels - pixels % movie::ir1_block_size;
+}
+
+std::vector<frame_range> frames_in_state(const reel_file &file, frame_state state) {
+    std::vector<frame_range> ranges;
+    for (std::size_t i = 0; i < file.frames.size(); ++i)
+        if (file.frames[i].state == state)
+            add_to_ranges(ranges, static_cast<std::int64_t>(i));
+    return ranges;
+}
+
+std::string describe_fault(const reel_file &file, int index) {
+    const frame_entry &frame = file.frames[static_cast<std::size_t>(index)];
+    const std::string offset = std::to_string(frame.offset);
+    const std::string ends = "; the file ends at " + std::to_string(file.bytes);
+    switch (frame.state) {
+    case frame_state::picture:
+        return "";
+    case frame_state::repeat:
+        return frame.source >= 0 ? "" : "it repeats the frame before, which has no picture";
+    case frame_state::missing:
+        return "it is missing: its table entry is 0";
+    case frame_state::offset_outside:
+        return "its table entry points outside the file, at " + offset + ends;
+    case frame_state::offset_in_head:
+        return "its table entry points into the head of the file, at " + offset;
+    case frame_state::chunk_cut_off:
+        return "its chunk at offset " + offset + " with " + std::to_string(frame.size) +
+               " bytes of data does not fit" + ends;
+    }
+    return "";
+}
+
+} // namespace reel
