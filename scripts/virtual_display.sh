@@ -1,0 +1,66 @@
+# A virtual X server of our own, on a number that nobody else has. Sourced; needs xvfb.
+#
+#   start_virtual_display [WIDTHxHEIGHT]    sets and exports DISPLAY
+#   start_window_manager                    openbox, when a window manager is wanted
+#   stop_virtual_display                    ends what was started; safe to call twice
+#
+#   wait_for_window PID                     prints the player's window, or fails
+#   stat_field FILE FIELD [LINE]            a number out of the player's statistics
+
+virtual_server=
+virtual_manager=
+virtual_work=
+
+start_virtual_display() {
+    virtual_work=$(mktemp -d)
+    mkfifo "$virtual_work/number"
+    Xvfb -displayfd 3 -screen 0 "${1-1280x1024}x24" -nolisten tcp \
+        3>"$virtual_work/number" >"$virtual_work/log" 2>&1 &
+    virtual_server=$!
+    local number
+    read -r -t 20 number <"$virtual_work/number" || {
+        echo "no virtual display came up:" >&2
+        cat "$virtual_work/log" >&2
+        return 1
+    }
+    export DISPLAY=":$number"
+}
+
+start_window_manager() {
+    openbox --sm-disable >"$virtual_work/manager.log" 2>&1 &
+    virtual_manager=$!
+    local i
+    for i in $(seq 100); do
+        xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && return 0
+        sleep 0.1
+    done
+    echo "the window manager did not start" >&2
+    return 1
+}
+
+stop_virtual_display() {
+    local pid
+    for pid in $virtual_manager $virtual_server; do
+        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
+    done
+    [ -n "$virtual_work" ] && rm -rf "$virtual_work"
+    virtual_server= virtual_manager= virtual_work=
+    return 0
+}
+
+wait_for_window() {
+    local i found
+    for i in $(seq 200); do
+        found=$(xdotool search --onlyvisible --pid "$1" --name 'Player Tool' 2>/dev/null |
+            head -n 1) || true
+        [ -n "$found" ] && { echo "$found"; return 0; }
+        kill -0 "$1" 2>/dev/null || break
+        sleep 0.05
+    done
+    echo "the player's window did not appear" >&2
+    return 1
+}
+
+stat_field() {
+    sed -n "${3-1}s/.*\"$2\": *\([-0-9.]*\).*/\1/p" "$1"
+}
