@@ -5,7 +5,7 @@ packages_to_play=(
     g++ cmake ninja-build pkg-config
     libxcb1-dev libxcb-shm0-dev libxcb-xkb-dev libxcb-icccm4-dev
     libxkbcommon-dev libxkbcommon-x11-dev
-    libopenimageio-dev libcli11-dev libgtest-dev
+    libopenimageio-dev libcli11-dev
 )
 
 # To play where there is no display.
@@ -15,7 +15,7 @@ packages_for_virtual_display=(xvfb xauth xdotool imagemagick)
 packages_to_check=(
     "${packages_to_play[@]}" "${packages_for_virtual_display[@]}"
     clang clang-format clang-tidy ccache lld
-    libxcb-xtest0-dev openbox x11-xkb-utils x11-utils
+    libgtest-dev libxcb-xtest0-dev openbox x11-xkb-utils x11-utils
 )
 
 # install_packages PACKAGE...: installs those that are missing; says so; asks nothing.
