@@ -9,20 +9,50 @@ namespace player {
 
 namespace {
 
+// What makes a frame unreadable, for VFreport.
+struct fault {
+    const char *what = nullptr; // null: nothing
+    std::int64_t value = 0;
+};
+
+// What can be said of a frame's data before it is decoded. A stream of another size than the
+// movie's would put its rows in the wrong places; one that is too short even for flat blocks would
+// spoil the picture before its end is met.
+fault find_fault(const play_args &args, std::span<const std::uint8_t> data) {
+    constexpr int block_pixels = movie::ir1_block_size * movie::ir1_block_size;
+    const auto bytes = static_cast<std::int64_t>(data.size());
+    movie::ir1_size size;
+    if (movie::ir1_read_size(data, &size) != 0)
+        return {"its data has no usable head, bytes", bytes};
+    if (size.width != args.width)
+        return {"its coded width is not the movie's", size.width};
+    if (size.height != args.height)
+        return {"its coded height is not the movie's", size.height};
+    const std::int64_t blocks = std::int64_t{size.width} * size.height / block_pixels;
+    if (bytes < blocks * static_cast<std::int64_t>(movie::ir1_flat_bytes))
+        return {"its data is too short for a picture, bytes", bytes};
+    return {};
+}
+
 enum class decoding { whole, untouched, half };
 
-// Decodes a frame into the pixels. A stream of another size than the movie's is not begun: its
-// rows would land in the wrong places.
-decoding decode(play_args &args, movie_ref &ref, std::span<const std::uint8_t> data) {
+// Decodes a frame into the pixels, or reports why not.
+decoding decode(play_args &args, movie_ref &ref, std::span<const std::uint8_t> data, int index) {
     const phase_timer timed(play_phase::decoding);
     if (!ref.tables)
         ref.tables = movie::vf_current_table();
-    movie::ir1_size size;
-    if (!ref.tables || movie::ir1_read_size(data, &size) != 0 || size.width != args.width ||
-        size.height != args.height)
-        return decoding::untouched;
-    const int result = movie::IR1_decompress(*ref.tables, data, args.pixels.span());
-    return result == 0 ? decoding::whole : decoding::half;
+    if (!ref.tables)
+        ref.tables = movie::IR1_init_tables();
+    fault found = find_fault(args, data);
+    if (!ref.tables)
+        found = {"no memory to decode it, bytes", movie::ir1_colour_count * sizeof(std::uint32_t)};
+    const bool untouched = found.what != nullptr;
+    if (!untouched && movie::IR1_decompress(*ref.tables, data, args.pixels.span()) != 0)
+        found = {"its data ends too early, bytes", static_cast<std::int64_t>(data.size())};
+    if (found.what == nullptr)
+        return decoding::whole;
+    movie::VFreport(*ref.film, index, found.what, found.value);
+    return untouched ? decoding::untouched : decoding::half;
 }
 
 enum class finding { read, unchanged, failed };
@@ -40,10 +70,7 @@ finding read_data(play_args &args, movie_ref &ref, int index, movie::vf_frame *w
 
 decoding decode_packed(play_args &args, movie_ref &ref, const movie::vf_frame &where) {
     const auto size = static_cast<std::size_t>(where.size);
-    const decoding result = decode(args, ref, args.packed.bytes().first(size));
-    if (result != decoding::whole)
-        movie::VFreport(*ref.film, where.index, "the data can not be decoded, bytes", where.size);
-    return result;
+    return decode(args, ref, args.packed.bytes().first(size), where.index);
 }
 
 // Puts the picture back that a failed decoding has half overwritten.

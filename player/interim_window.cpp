@@ -77,16 +77,20 @@ void place_picture(play_args &args) {
     args.image_y = (room.height - picture.height) / 2;
 }
 
+// In a double-buffered window: draws in the back buffer, and in the front one as well if asked.
+void draw_in_back(bool front_too) {
+    if (!gl::is_double_buffered())
+        return;
+    gl::backbuffer(true);
+    gl::frontbuffer(front_too);
+}
+
 void draw_frame(const play_args &args) {
     if (!args.pixels || window == 0)
         return;
     make_current();
     gl::rectzoom(drawn_zoom, drawn_zoom);
-    const bool is_double = gl::is_double_buffered();
-    if (is_double) {
-        gl::backbuffer(true);
-        gl::frontbuffer(false);
-    }
+    draw_in_back(false);
     {
         const phase_timer timed(play_phase::drawing);
         gl::lrectwrite(args.image_x, args.image_y, args.image_x + args.width - 1,
@@ -94,15 +98,12 @@ void draw_frame(const play_args &args) {
     }
     {
         const phase_timer timed(play_phase::presenting);
-        if (is_double)
+        if (gl::is_double_buffered())
             gl::swapbuffers();
         else
             gl::flush_windows();
     }
-    if (is_double) {
-        gl::backbuffer(true);
-        gl::frontbuffer(true);
-    }
+    draw_in_back(true);
     gl::rectzoom(1, 1);
 }
 
@@ -110,15 +111,11 @@ void paint_window(play_args &args) {
     make_current();
     gl::reshapeviewport();
     place_picture(args);
-    const bool is_double = gl::is_double_buffered();
-    if (is_double) {
-        gl::backbuffer(true);
-        gl::frontbuffer(true);
-    }
+    draw_in_back(true);
     gl::RGBcolor(background_grey, background_grey, background_grey);
     gl::clear();
     draw_frame(args);
-    if (is_double)
+    if (gl::is_double_buffered())
         draw_frame(args); // the other buffer
 }
 
@@ -224,8 +221,7 @@ void take_message(std::int16_t /*type*/, const toolkit::demon_message &message) 
 }
 
 void take_device(gl::device d, short value) {
-    const auto *key = std::ranges::find(keys_while_playing, d);
-    if (value != 0 && key != keys_while_playing.end())
+    if (value != 0 && std::ranges::count(keys_while_playing, d) != 0)
         take_key(toolkit::key_character(d, false, false));
 }
 

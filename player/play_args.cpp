@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <new>
 
 namespace player {
 
@@ -14,13 +13,11 @@ player_state state;
 
 namespace {
 
-// Memory for size words that nobody has touched, or an empty record.
+// Memory for size words, all 0, or an empty record. calloc takes the zeros of a large block from
+// the system, which makes them when they are first used.
 frame_buffer make_frame_buffer(std::size_t size) {
-    try {
-        return {std::make_unique_for_overwrite<std::uint32_t[]>(size), size};
-    } catch (const std::bad_alloc &) {
-        return {};
-    }
+    auto *words = static_cast<std::uint32_t *>(std::calloc(size, sizeof(std::uint32_t)));
+    return {decltype(frame_buffer::words)(words), words != nullptr ? size : 0};
 }
 
 } // namespace
@@ -39,7 +36,6 @@ int allocate_frame_buffers(play_args &args) {
         free_frame_buffers(args);
         return -1;
     }
-    std::ranges::fill(args.pixels.span(), 0U);
     return 0;
 }
 

@@ -10,6 +10,7 @@
 #include <array>
 #include <climits>
 #include <cstdint>
+#include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <span>
@@ -37,9 +38,13 @@ inline constexpr std::int32_t empty_height = empty_width * 3 / 4;
 
 inline constexpr std::size_t max_movie_name = 255; // bytes, without the closing zero
 
+struct memory_freer {
+    void operator()(std::uint32_t *words) const { std::free(words); }
+};
+
 // Memory for one frame, or nothing.
 struct frame_buffer {
-    std::unique_ptr<std::uint32_t[]> words;
+    std::unique_ptr<std::uint32_t[], memory_freer> words;
     std::size_t count = 0; // words
 
     [[nodiscard]] std::span<std::uint32_t> span() const { return {words.get(), count}; }
@@ -106,8 +111,9 @@ extern play_args saved_playback; // holds playback while a paused preview is loo
 extern movie_ref open_movie;
 extern player_state state;
 
-// Replaces both buffers by new ones, all black, for args.width x args.height. Returns 0; or -1
-// with no buffers and, when there is no memory, a message. Sizes below 1 leave no buffers: -1.
+// Replaces both buffers by new ones, all black, for args.width x args.height. What nobody has
+// written yet takes address space only: a movie may claim a huge picture. Returns 0; or -1 with no
+// buffers and, when there is no memory, a message. Sizes below 1 leave no buffers: -1.
 [[nodiscard]] int allocate_frame_buffers(play_args &args);
 
 void free_frame_buffers(play_args &args);

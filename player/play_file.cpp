@@ -48,6 +48,16 @@ std::int32_t zoom_for_area(std::int64_t area, const play_args &args) {
     return zoom < 2 ? 1 : zoom;
 }
 
+// As before the first movie.
+void show_nothing(play_args &args) {
+    args.name.fill(0);
+    args.count = 0;
+    args.width = args.orig_width = empty_width;
+    args.height = args.orig_height = empty_height;
+    args.zoom = 1;
+    view.fit(args);
+}
+
 int report_problem(const std::string &name) {
     std::fprintf(stderr, "%s: Problem with '%s'\n", gMe, name.c_str());
     return -1;
@@ -71,12 +81,11 @@ int load_play_file(play_args &args, movie_ref &ref) {
         report_problem(name);
         std::fprintf(stderr, "%s: A picture of %d x %d pixels has nothing to show.\n", gMe,
                      film->width, film->height);
-        movie::VFclose(std::move(film));
         return -1;
     }
     take_header(args, *film);
     if (allocate_frame_buffers(args) != 0) {
-        movie::VFclose(std::move(film));
+        show_nothing(args);
         return report_problem(name);
     }
     ref.film = std::move(film);

@@ -11,8 +11,8 @@ namespace player {
 // Opens the movie that is pending in state.play_file_name, which is cleared; a running player
 // stops. The movie before is closed, whatever comes of the new one. The picture is zoomed up to
 // about the area of the one before. Returns 0 with the first frame read and the window fitted; or
-// -1 with no movie open: none was pending, or after the line "%s: Problem with '%s'" and, where
-// opening did not say it already, the reason.
+// -1: nothing was pending and nothing has changed, or no movie is open now, after the line
+// "%s: Problem with '%s'" and, where opening did not say it already, the reason.
 //
 // Nothing in the file is trusted: sizes are rounded down to multiples of 4 and must leave a
 // picture; a negative rate is reported and becomes Show Every Frame.

@@ -103,7 +103,8 @@ const char *mode_name(std::int32_t mode) {
     }
 }
 
-void print_line(std::FILE *out, const play_args &args) {
+// Returns true when the line has been written.
+bool print_line(std::FILE *out, const play_args &args) {
     struct rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
     const double seconds = static_cast<double>(stats_now_us() - run->start_us) / 1e6;
@@ -120,6 +121,7 @@ void print_line(std::FILE *out, const play_args &args) {
         std::fprintf(out, R"(,"%s_ms":{"median":%.2f,"worst":%.2f})", names[phase],
                      percentile_ms(run->phases[phase], 0.5), worst_ms(run->phases[phase]));
     std::fprintf(out, ",\"peak_resident_kb\":%ld}\n", usage.ru_maxrss);
+    return std::fflush(out) == 0 && std::ferror(out) == 0;
 }
 
 } // namespace
@@ -198,20 +200,15 @@ void stats_stopped(const play_args &args) {
     if (!stats_enabled || !run->running)
         return;
     run->running = false;
-    if (stats_file == "-") {
-        print_line(stdout, args);
-        std::fflush(stdout);
-        return;
-    }
-    std::FILE *out = std::fopen(stats_file.c_str(), "ae");
-    if (out == nullptr) {
+    const bool to_stdout = stats_file == "-";
+    std::FILE *out = to_stdout ? stdout : std::fopen(stats_file.c_str(), "ae");
+    if (out == nullptr || !print_line(out, args)) {
         std::fprintf(stderr, "%s: Unable to write statistics to \"%s\": %s.\n", gMe,
                      stats_file.c_str(), std::strerror(errno));
         stats_enabled = false;
-        return;
     }
-    print_line(out, args);
-    std::fclose(out);
+    if (out != nullptr && !to_stdout)
+        std::fclose(out);
 }
 
 } // namespace player

@@ -64,19 +64,18 @@ struct input_event {
     toolkit::screen_point position;
 };
 
-// The next toolkit event; class input_nothing when a signal came first.
+// The next toolkit event. Class input_nothing also when it had to be slept for: what has come may
+// be for the loop itself, which looks before the input layer takes it.
 input_event next_event() {
     input_event e;
     const int wait = program_clock::is_manual() ? wait_yes : 0;
-    while (gl_event_get(&e.type, &e.value, &e.position, wait, nullptr, nullptr) == 0) {
+    if (gl_event_get(&e.type, &e.value, &e.position, wait, nullptr, nullptr) == 0) {
         sleep_until_input();
-        if (is_over())
-            return {};
+        return {};
     }
     // The input layer polls a pointer that has just come to rest. Its next move is worth no busy
     // waiting: it comes through the queue.
-    const toolkit::message_point point{e.position.x, e.position.y};
-    if (e.type == toolkit::input_motion && point == current_message.point) {
+    if (e.type == toolkit::input_motion && e.position == current_message.point) {
         gl::qdevice(gl::MOUSEX);
         gl::qdevice(gl::MOUSEY);
     }
@@ -183,9 +182,8 @@ void player_main_loop(int /*flag_a*/, int /*flag_b*/, int step) {
     if (!state.quit_requested && playback.render == 0) {
         close_link(parent_link);
         read_frame_from_file(playback, open_movie);
-        if (!state.standalone)
-            build_player_tool(playback);
-        player_event_loop(playback, open_movie);
+        if (state.standalone || build_player_tool(playback) == 0)
+            player_event_loop(playback, open_movie);
     }
     detach_link_status(parent_link);
     toolkit::system_terminate();

@@ -32,13 +32,12 @@ event_receiver receiver_in_use = nullptr;
 
 bool translate_event(std::int16_t type, std::int16_t value, toolkit::screen_point position,
                      toolkit::demon_message *message) {
-    const toolkit::message_point point{position.x, position.y};
     switch (type) {
     case toolkit::input_motion:
-        if (point == message->point)
+        if (position == message->point)
             return false;
         message->code = toolkit::msg_pointer_moved;
-        message->point = point;
+        message->point = position;
         return true;
     case toolkit::input_keyboard:
         message->code = toolkit::msg_key;
@@ -46,7 +45,7 @@ bool translate_event(std::int16_t type, std::int16_t value, toolkit::screen_poin
         return true;
     case toolkit::input_button:
         message->code = button_code(value);
-        message->point = point;
+        message->point = position;
         return true;
     case toolkit::input_none:
         message->code = toolkit::msg_none;

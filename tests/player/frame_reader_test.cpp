@@ -47,16 +47,18 @@ TEST_F(frame_reader_test, a_frame_before_the_first_is_reported) {
 
 TEST_F(frame_reader_test, damage_leaves_the_previous_picture_whole_and_is_said_once) {
     std::vector<std::uint8_t> cut = packed_frame(1);
-    cut.resize(cut.size() - 4); // its first blocks still decode
+    cut.resize(cut.size() - 4);
+    std::vector<std::uint8_t> half = packed_frame(3);
+    half[half.size() - movie::ir1_flat_bytes + 2] |= 0x80; // says detailed: longer than there is
     const std::vector<std::uint8_t> wrong_size = packed_frame(2, 4, 4);
-    open(write_movie({.frames = 5, .data = {{1, cut}, {2, wrong_size}, {3, {9}}}}));
+    open(write_movie({.frames = 6, .data = {{1, cut}, {2, wrong_size}, {3, {9}}, {5, half}}}));
     expect_shown(0, frame_colour(0));
     testing::internal::CaptureStderr();
     for (int pass = 0; pass < 3; ++pass)
-        for (const int damaged : {1, 2, 3})
+        for (const int damaged : {1, 2, 3, 5})
             expect_shown(damaged, frame_colour(0));
     const std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::ranges::count(said, '\n'), 3) << said;
+    EXPECT_EQ(std::ranges::count(said, '\n'), 4) << said;
     expect_shown(4, frame_colour(4));
     expect_shown(1, frame_colour(4));
 }

@@ -65,7 +65,7 @@ protected:
         }
     }
 
-    void event_at(int ms, display::event_kind kind, display::rectangle area = {}) {
+    void event_at(std::int64_t ms, display::event_kind kind, display::rectangle area = {}) {
         display::event e;
         e.kind = kind;
         e.window = window;
@@ -220,6 +220,18 @@ TEST_F(player_loop_test, a_dropped_movie_is_opened_even_while_another_plays) {
     EXPECT_STREQ(args.name.data(), "two.reel");
     EXPECT_EQ(args.count, 3);
     EXPECT_EQ(args.rate, 12.0F);
+}
+
+TEST_F(player_loop_test, a_file_that_is_dropped_while_the_player_sleeps_is_taken) {
+    program_clock::use_system_clock(); // the loop then sleeps as it does for a user
+    const std::int64_t now = program_clock::now_us() / program_clock::us_per_ms;
+    static int drops;
+    drops = 0;
+    view.drop = [](int) { ++drops; };
+    event_at(now + 100, display::event_kind::drop);
+    event_at(now + 200, display::event_kind::close);
+    run();
+    EXPECT_EQ(drops, 1);
 }
 
 TEST_F(player_loop_test, a_bad_movie_leaves_an_empty_window_that_still_answers) {

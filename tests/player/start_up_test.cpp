@@ -7,6 +7,8 @@
 namespace {
 
 using namespace player;
+using player_test::frame_colour;
+using player_test::packed_frame;
 
 class start_up_test : public player_test::player_fixture {
 protected:
@@ -119,7 +121,7 @@ TEST_F(start_up_test, loading_zooms_up_to_about_the_area_before) {
         EXPECT_EQ(args.rate, 12.0F);
         EXPECT_EQ(args.count, 2);
         EXPECT_STREQ(args.name.data(), "test.reel");
-        EXPECT_EQ(args.pixels.span().back(), player_test::frame_colour(0));
+        EXPECT_EQ(args.pixels.span().back(), frame_colour(0));
     }
     // From a zoomed picture: (64 x 3) x (48 x 3) pixels.
     empty_window();
@@ -148,6 +150,33 @@ TEST_F(start_up_test, bad_movies_close_the_one_before_and_never_play) {
     const std::string said = load(write_movie({.rate = -24}), 0);
     EXPECT_NE(said.find("-24"), std::string::npos) << said;
     EXPECT_EQ(args.rate, every_frame_rate);
+}
+
+// Resident pages of this process, in bytes.
+std::int64_t resident_bytes() {
+    std::int64_t total = 0;
+    std::int64_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * getpagesize();
+}
+
+TEST_F(start_up_test, a_huge_claim_takes_no_memory_and_leaves_a_usable_player) {
+    constexpr int huge = movie::ir1_max_dimension;
+    std::vector<std::uint8_t> few = packed_frame(0);
+    few[0] = few[2] = huge >> 8; // a head that claims the same size
+    few[1] = few[3] = huge & 0xFC;
+    empty_window();
+    const std::int64_t before = resident_bytes();
+    state.play_file_name = write_movie(
+        {.frames = 2, .width = huge, .height = huge, .data = {{0, few}}, .missing = {1}});
+    testing::internal::CaptureStderr();
+    const bool loaded = load_play_file(args, ref) == 0; // not where memory is rationed
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find(loaded ? "too short" : "No memory"), std::string::npos) << said;
+    EXPECT_LT(resident_bytes() - before, std::int64_t{1} << 30);
+    EXPECT_EQ(loaded, ref.film != nullptr);
+    load(write_movie({.frames = 2}), 0);
+    EXPECT_EQ(args.pixels.span().back(), frame_colour(0));
 }
 
 TEST(translate_event_test, codes) {

@@ -2,21 +2,17 @@
 // code is also the number of the method slot that handles it.
 #pragma once
 
+#include "toolkit/events/input_types.h"
+
 #include <cstdint>
 
 namespace toolkit {
 
 struct demon;
 
-struct message_point {
-    std::int16_t x = 0;
-    std::int16_t y = 0;
-    bool operator==(const message_point &) const = default;
-};
-
 struct demon_message {
     std::uint32_t code = 0;      // msg_...
-    message_point point;         // where the pointer is, after the cursor filter
+    screen_point point;          // where the pointer is, after the cursor filter
     std::uint16_t spare = 0;     // nobody fills or reads it
     std::uint16_t propagate = 0; // 255: siblings get the message too; 0: this demon only
     std::uint32_t value = 0;     // argument or result

@@ -284,6 +284,8 @@ input_event handle_internal(const queue_entry &entry) {
     case gl::INPUTCHANGE:
         if (entry.value == 0 && !is_motion_queued())
             queue_motion(); // the hand has gone elsewhere: no more polling
+        if (entry.value != 0 && play_switch == 0)
+            input.caps_lock = gl::is_caps_locked(); // others may have switched it meanwhile
         break;
     case gl::QFULL:
         std::fputs("Warning: Input Queue Overflow.\n"
@@ -363,6 +365,7 @@ void gl_input_init() {
     gl::noise(gl::TIMER1, first_timer1_noise);
     input.clicks = {};
     read_held_modifiers();
+    input.caps_lock = gl::is_caps_locked();
 }
 
 int gl_event_get(std::int16_t *event_class, std::int16_t *value, screen_point *position, int wait,

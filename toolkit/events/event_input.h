@@ -82,9 +82,9 @@ void gl_qreset();
 [[nodiscard]] int inq_last_alt_key_state();
 
 // True for keyboards whose caps-lock key reports the lock's state as its value: caps lock is then
-// what the key says. False, the default, for those that report presses: each one switches it. With
-// those, a lock that was on before the program started, or that was switched while another program
-// had the keyboard, is not known.
+// what the key says. False, the default, for those that report presses: each one switches it, from
+// what the display says when gl_input_init is called and when the keyboard comes to one of our
+// windows.
 extern bool gl_is_Cypress;
 
 } // namespace toolkit

@@ -76,6 +76,26 @@ TEST_F(event_input_test, keys_type_characters) {
     }
 }
 
+TEST_F(event_input_test, caps_lock_switched_behind_our_back_is_known) {
+    const auto press_caps_lock = [] {
+        display::memory::push_key(display::key_caps_lock, true);
+        return gl::qtest();
+    };
+    gl::unqdevice(gl::CAPSLOCKKEY);
+    EXPECT_EQ(press_caps_lock(), gl::NULLDEV);
+    gl_input_init();
+    EXPECT_EQ(typed(gl::AKEY), 'A');
+    EXPECT_EQ(press_caps_lock(), gl::CAPSLOCKKEY); // waits while the queue is handed back
+    gl_input_init();
+    EXPECT_EQ(read().event_class, input_nothing);
+    EXPECT_EQ(typed(gl::AKEY), 'a');
+    gl::unqdevice(gl::CAPSLOCKKEY); // as if another program had the keyboard
+    EXPECT_EQ(press_caps_lock(), gl::NULLDEV);
+    EXPECT_EQ(typed(gl::AKEY), 'a');
+    enter(gl::INPUTCHANGE, 1);
+    EXPECT_EQ(typed(gl::AKEY), 'A');
+}
+
 TEST_F(event_input_test, keyboard_of_the_display_arrives) {
     display::memory::push_key(display::key_shift_left, true);
     display::memory::push_key('b', true);
