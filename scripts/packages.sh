@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034 # the lists are used by who sources this
 # Debian packages that the project needs, and how to get them. Sourced by play and check.
 
 # To build and to run the player and reel.

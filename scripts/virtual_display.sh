@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # A virtual X server of our own, on a number that nobody else has. Sourced; needs xvfb.
 #
 #   start_virtual_display [WIDTHxHEIGHT]    sets and exports DISPLAY
@@ -7,14 +8,14 @@
 #   wait_for_window PID                     prints the player's window, or fails
 #   stat_field FILE FIELD [LINE]            a number out of the player's statistics
 
-virtual_server=
-virtual_manager=
-virtual_work=
+virtual_server=''
+virtual_manager=''
+virtual_work=''
 
 start_virtual_display() {
     virtual_work=$(mktemp -d)
     mkfifo "$virtual_work/number"
-    Xvfb -displayfd 3 -screen 0 "${1-1280x1024}x24" -nolisten tcp \
+    Xvfb -displayfd 3 -screen 0 "${1-1280x1024}x24" -noreset -nolisten tcp \
         3>"$virtual_work/number" >"$virtual_work/log" 2>&1 &
     virtual_server=$!
     local number
@@ -29,8 +30,7 @@ start_virtual_display() {
 start_window_manager() {
     openbox --sm-disable >"$virtual_work/manager.log" 2>&1 &
     virtual_manager=$!
-    local i
-    for i in $(seq 100); do
+    for _ in $(seq 100); do
         xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && return 0
         sleep 0.1
     done
@@ -41,16 +41,18 @@ start_window_manager() {
 stop_virtual_display() {
     local pid
     for pid in $virtual_manager $virtual_server; do
-        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
+        kill "$pid" 2>/dev/null || continue
+        wait "$pid" 2>/dev/null || true
     done
-    [ -n "$virtual_work" ] && rm -rf "$virtual_work"
-    virtual_server= virtual_manager= virtual_work=
-    return 0
+    [ -z "$virtual_work" ] || rm -rf "$virtual_work"
+    virtual_server=''
+    virtual_manager=''
+    virtual_work=''
 }
 
 wait_for_window() {
-    local i found
-    for i in $(seq 200); do
+    local found
+    for _ in $(seq 200); do
         found=$(xdotool search --onlyvisible --pid "$1" --name 'Player Tool' 2>/dev/null |
             head -n 1) || true
         [ -n "$found" ] && { echo "$found"; return 0; }

@@ -171,7 +171,8 @@ struct driver {
 
     // Opens a window whose drawing area is at rect, black, and asks for it to be shown; the first
     // redraw event says that it is. owner (0: none) is the window a dialog or popup belongs to.
-    // Returns 0 after one line on standard error when there is no memory for it.
+    // Returns 0 after one line on standard error when there is no memory for it, or no display
+    // any more.
     window_id (*open)(const char *title, rectangle rect, window_kind kind, window_id owner);
 
     void (*close)(window_id window);
@@ -200,6 +201,9 @@ struct driver {
 
     // Where the pointer is now, on the screen, whether it moves or not.
     point (*pointer)();
+
+    // Whether caps lock is on now.
+    bool (*caps_locked)();
 
     // Moves the pointer.
     void (*warp)(point to);

@@ -197,6 +197,10 @@ point pointer() {
     return state.pointer;
 }
 
+bool caps_locked() {
+    return state.caps_locked;
+}
+
 void warp(point to) {
     if (to == state.pointer) {
         return;
@@ -272,6 +276,7 @@ constexpr driver memory_calls{
     .frame = frame,
     .present = present,
     .pointer = pointer,
+    .caps_locked = caps_locked,
     .warp = warp,
     .grab = grab,
     .set_tick = set_tick,

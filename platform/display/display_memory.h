@@ -27,8 +27,8 @@ void reset(point screen);
 
 // Queues an event, now or at a time of the program clock. What is queued for now comes first.
 // When they are delivered, geometry events resize the window (a redraw follows), iconify and
-// deiconify change its state, pointer events move the pointer. Closing a window takes its events
-// out of the queue.
+// deiconify change its state, pointer events move the pointer, presses of the caps-lock key switch
+// the lock. Closing a window takes its events out of the queue.
 void push(const event &e);
 void push_at(std::int64_t due_us, const event &e);
 void push_drop(window_id window, const char *path);

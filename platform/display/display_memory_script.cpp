@@ -73,6 +73,9 @@ void apply(const scripted_event &entry) {
     if (is_of_pointer(e.kind)) {
         state.pointer = e.pointer;
     }
+    if (e.kind == event_kind::key && e.code == key_caps_lock && e.pressed) {
+        state.caps_locked = !state.caps_locked;
+    }
     if (e.kind == event_kind::drop) {
         state.dropped = entry.path;
     }

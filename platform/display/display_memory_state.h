@@ -39,6 +39,7 @@ struct simulation {
     std::int64_t tick = no_time;
     window_id grabbing = 0;
     point offset; // of windows from where they were asked for
+    bool caps_locked = false;
     bool refuses_open = false;
     bool refuses_grab = false;
     bool end_reported = false;

@@ -95,6 +95,7 @@ constexpr driver x11_calls{
     .frame = settled<frame>::run,
     .present = settled<present>::run,
     .pointer = settled<find_pointer>::run,
+    .caps_locked = settled<is_caps_locked>::run,
     .warp = settled<move_pointer>::run,
     .grab = settled<grab_pointer>::run,
     .set_tick = set_tick,

@@ -339,6 +339,12 @@ point find_pointer() {
     return r ? place_on_screen(r->root_x, r->root_y) : point{};
 }
 
+bool is_caps_locked() {
+    const auto r =
+        await<xcb_query_pointer_reply>(xcb_query_pointer(xserver.xcb, xserver.screen->root));
+    return r && (r->mask & XCB_MOD_MASK_LOCK) != 0;
+}
+
 void move_pointer(point to) {
     xcb_warp_pointer(xserver.xcb, XCB_WINDOW_NONE, xserver.screen->root, 0, 0, 0, 0,
                      static_cast<std::int16_t>(to.x * xserver.scale),

@@ -27,6 +27,7 @@ void set_tick(std::int64_t due_us);
 [[nodiscard]] const std::string &newest_drop();
 
 [[nodiscard]] point find_pointer();
+[[nodiscard]] bool is_caps_locked();
 void move_pointer(point to);
 [[nodiscard]] bool grab_pointer(window_id window, bool on);
 

@@ -223,7 +223,11 @@ window *find_window_of(xcb_window_t xid) {
 }
 
 window_id open_window(const char *title, rectangle rect, window_kind kind, window_id owner) {
-    if (xserver.lost || !check_window_size(rect, xserver.scale)) {
+    if (xserver.lost) {
+        std::fputs("display: no window can be opened: the X server is gone\n", stderr);
+        return 0;
+    }
+    if (!check_window_size(rect, xserver.scale)) {
         return 0;
     }
     auto w = std::make_unique<window>();

@@ -48,6 +48,12 @@ box ordered(int left, int right, int bottom, int top) {
             std::max(bottom, top)};
 }
 
+// The same for edges of any size; sums with them do not overflow.
+box ordered_near(int left, int right, int bottom, int top) {
+    const auto near = [](int v) { return std::clamp(v, -far_away, far_away); };
+    return ordered(near(left), near(right), near(bottom), near(top));
+}
+
 // A rectangle as the program gives it, in window coordinates.
 box window_box(const window_record &w, int x1, int y1, int x2, int y2) {
     const place a = to_window(w, x1, y1);
@@ -199,7 +205,7 @@ void ortho2(double left, double right, double bottom, double top) {
 
 void viewport(int left, int right, int bottom, int top) {
     if (window_record *w = current_window())
-        w->view.port = w->view.mask = ordered(left, right, bottom, top);
+        w->view.port = w->view.mask = ordered_near(left, right, bottom, top);
 }
 
 void getviewport(int *left, int *right, int *bottom, int *top) {
@@ -221,7 +227,7 @@ void reshapeviewport() {
 
 void scrmask(int left, int right, int bottom, int top) {
     if (window_record *w = current_window())
-        w->view.mask = ordered(left, right, bottom, top);
+        w->view.mask = ordered_near(left, right, bottom, top);
 }
 
 void getscrmask(int *left, int *right, int *bottom, int *top) {

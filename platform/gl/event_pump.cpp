@@ -1,6 +1,5 @@
 #include "platform/gl/event_pump.h"
 
-#include "platform/display/display.h"
 #include "platform/gl/key_devices.h"
 #include "platform/gl/queue.h"
 #include "platform/gl/queue_state.h"
@@ -21,10 +20,6 @@ struct pump_state {
 };
 pump_state state;
 void (*lost_call)() = nullptr;
-
-display::point turned(display::point p) {
-    return {p.x, getgdesc(GD_YPMAX) - 1 - p.y};
-}
 
 void take_pointer(display::point on_display, enter_call enter) {
     const display::point p = turned(on_display);
@@ -71,7 +66,7 @@ void take_geometry(window_record &w, rectangle area, enter_call enter) {
         w.view.port = w.view.mask = {0, area.width - 1, 0, area.height - 1};
     renew_rasters(w, before.width, before.height);
     const auto number = static_cast<short>(w.number);
-    if (!is_waiting(REDRAW, number))
+    if (count_waiting(REDRAW, number) == 0)
         enter(REDRAW, number);
 }
 
@@ -144,6 +139,10 @@ void take_display_events(enter_call enter) {
     display::event e;
     while (!state.lost && display::server().next(&e))
         take_event(e, enter);
+}
+
+display::point turned(display::point p) {
+    return {p.x, getgdesc(GD_YPMAX) - 1 - p.y};
 }
 
 void reset_event_pump() {

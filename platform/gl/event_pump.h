@@ -2,6 +2,7 @@
 // their state, moves of the pointer, and what happens to windows.
 #pragma once
 
+#include "platform/display/display.h"
 #include "platform/gl/devices.h"
 
 namespace gl {
@@ -11,6 +12,9 @@ using enter_call = void (*)(device d, short value);
 
 // Takes every event that the display has and enters what it means.
 void take_display_events(enter_call enter);
+
+// From a place on the screen as the display counts, from the top, to ours; and back.
+[[nodiscard]] display::point turned(display::point p);
 
 // Whether a key or button was down after the last event taken.
 [[nodiscard]] bool is_held(device d);

@@ -3,7 +3,6 @@
 #include "platform/display/display.h"
 #include "platform/gl/event_pump.h"
 #include "platform/gl/queue_state.h"
-#include "platform/gl/screen.h"
 
 #include <algorithm>
 
@@ -12,10 +11,6 @@ namespace {
 
 bool is_pointer(device d) {
     return d == MOUSEX || d == MOUSEY;
-}
-
-display::point turned(display::point p) {
-    return {p.x, getgdesc(GD_YPMAX) - 1 - p.y};
 }
 
 } // namespace
@@ -42,6 +37,14 @@ void setvaluator(device d, int value, int low, int high) {
 bool getbutton(device d) {
     pump_display();
     return is_held(d);
+}
+
+bool is_caps_locked() {
+    pump_display();
+    const bool now = display::server().caps_locked();
+    pump_display(); // what came before the answer
+    const bool switched = count_waiting(CAPSLOCKKEY, 1) % 2 != 0;
+    return now != switched;
 }
 
 } // namespace gl

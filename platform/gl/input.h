@@ -20,4 +20,8 @@ void setvaluator(device d, int value, int low, int high);
 // Whether a key or button is held, as far as the queue's reader has been told by the display.
 [[nodiscard]] bool getbutton(device d);
 
+// Whether caps lock is on, as the display says, before the presses of its key that still wait in
+// the queue: who reads them switches from here on.
+[[nodiscard]] bool is_caps_locked();
+
 } // namespace gl

@@ -122,7 +122,7 @@ bool enter(device d, short value) {
         at(queue.count++) = {d, value};
         return true;
     }
-    if (queue.count < queue_capacity && queue.queued.test(QFULL))
+    if (queue.count < queue_capacity && queue.queued.test(QFULL) && count_waiting(QFULL, 0) == 0)
         at(queue.count++) = {QFULL, 0};
     return false;
 }
@@ -168,16 +168,15 @@ void pump_display() {
 }
 
 void forget_window_events(int window) {
-    filter_queue([window](const entry &e) {
-        return !is_window_event(e.dev) || e.dev == INPUTCHANGE || e.value != window;
-    });
+    filter_queue([window](const entry &e) { return !is_window_event(e.dev) || e.value != window; });
 }
 
-bool is_waiting(device d, short value) {
+int count_waiting(device d, short value) {
+    int found = 0;
     for (int i = 0; i < queue.count; i++)
         if (at(i).dev == d && at(i).value == value)
-            return true;
-    return false;
+            found++;
+    return found;
 }
 
 void reset_queue_state() {

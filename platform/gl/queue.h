@@ -9,8 +9,9 @@
 //   }
 //
 // Only devices that are queued (qdevice) are entered; REDRAW is queued from the start. The queue
-// holds queue_capacity entries; when it is full, its last place takes QFULL (once) and what comes
-// until there is room again is lost. Moves of the pointer that nobody has read yet are merged.
+// holds queue_capacity entries; when it is full, its last place takes QFULL, unless one waits
+// already, and what comes until there is room again is lost. Moves of the pointer that nobody has
+// read yet are merged.
 //
 // Before the program waits for or looks at the queue, whatever was drawn in a window's front
 // buffer is shown.

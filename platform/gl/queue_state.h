@@ -12,8 +12,8 @@ void pump_display();
 // Takes out what waits for a window that is gone.
 void forget_window_events(int window);
 
-// Whether exactly this entry is in the queue.
-[[nodiscard]] bool is_waiting(device d, short value);
+// How often exactly this entry is in the queue.
+[[nodiscard]] int count_waiting(device d, short value);
 
 // The queue, the timers and the key states as at the start of the program.
 void reset_queue_state();

@@ -27,7 +27,10 @@ void start_timer(tick_timer &t, std::int64_t now_us) {
 
 void set_noise(tick_timer &t, int noise, std::int64_t now_us) {
     constexpr int slowest = ticks_per_second * 3600;
-    t.noise = std::clamp(noise, 1, slowest);
+    const int wanted = std::clamp(noise, 1, slowest);
+    if (wanted == t.noise)
+        return; // set again and again, it would never tick
+    t.noise = wanted;
     t.begun_us = now_us;
     t.next = 1;
 }

@@ -89,8 +89,9 @@ void compose(const window_record &w, rectangle r) {
             w.overlay.empty() ? nullptr : w.overlay.data() + std::ptrdiff_t{y} * w.area.width;
         for (int x = r.x; x < r.x + r.width; x++) {
             to[x] = w.modes.rgb ? from[x] : tables.map[from[x] & index_mask];
-            if (over != nullptr && over[x] != 0)
-                to[x] = tables.overlay[over[x] & (overlay_colours - 1)];
+            const std::uint32_t above = over == nullptr ? 0 : over[x] & (overlay_colours - 1);
+            if (above != 0)
+                to[x] = tables.overlay[above];
         }
     }
 }
@@ -157,6 +158,7 @@ void renew_rasters(window_record &w, int old_width, int old_height) {
         const bool used = i == w.front || w.modes.double_buffered;
         if (!used) {
             w.rasters[slot] = {};
+            w.planes[slot] = {}; // or it would be found again when the window has another size
         } else if (w.composed) {
             resize_plane(w.planes[slot], w, old_width, old_height);
             if (w.planes[slot].empty())
@@ -168,7 +170,9 @@ void renew_rasters(window_record &w, int old_width, int old_height) {
     }
     resize_plane(w.overlay, w, old_width, old_height);
     w.damage = whole(w);
-    w.difference = w.modes.double_buffered ? whole(w) : rectangle{};
+    w.difference.y += w.area.height - old_height; // goes with the picture
+    if (!w.modes.double_buffered)
+        w.difference = {};
 }
 
 void make_composed(window_record &w) {
@@ -184,6 +188,24 @@ void make_composed(window_record &w) {
         copy_area(frames[i], w.rasters[i], whole(w));
     }
     w.damage = whole(w);
+}
+
+void drop_overlay(window_record &w) {
+    if (w.overlay.empty())
+        return;
+    w.overlay.clear();
+    w.damage = whole(w);
+    if (!w.modes.rgb)
+        return; // composed all the same
+    w.composed = false;
+    for (std::size_t i = 0; i < w.planes.size(); i++) {
+        if (w.planes[i].empty())
+            continue;
+        const raster plane = w.rasters[i];
+        w.rasters[i] = frame_raster(w, static_cast<int>(i));
+        copy_area(plane, w.rasters[i], whole(w));
+        w.planes[i] = {};
+    }
 }
 
 void erase_buffers(window_record &w) {

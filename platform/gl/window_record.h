@@ -115,6 +115,9 @@ void renew_rasters(window_record &w, int old_width, int old_height);
 // Makes a window composed from now on; its picture stays.
 void make_composed(window_record &w);
 
+// Takes the overlay's pixels away. An RGB window then draws straight into its frames again.
+void drop_overlay(window_record &w);
+
 // Sets every pixel of all buffers to 0.
 void erase_buffers(window_record &w);
 

@@ -119,7 +119,11 @@ int winopen(const char *title) {
         release_record(*w);
         return -1;
     }
+    // The frames have the size that was asked for. A desktop that has given another one already
+    // says so in an event, and only then are they renewed.
     w->area = server.geometry(w->id);
+    w->area.width = area.width;
+    w->area.height = area.height;
     w->view.port = w->view.mask = {0, w->area.width - 1, 0, w->area.height - 1};
     renew_rasters(*w, w->area.width, w->area.height);
     set_current_window(w);
@@ -241,7 +245,7 @@ void gconfig() {
     const bool buffers_change = w->modes.double_buffered != w->wanted.double_buffered;
     w->modes.has_overlay = w->wanted.has_overlay;
     if (!w->modes.has_overlay)
-        w->overlay.clear();
+        drop_overlay(*w);
     if (kind_changes) {
         w->modes.rgb = w->wanted.rgb;
         w->composed = !w->modes.rgb || !w->overlay.empty();

@@ -104,7 +104,12 @@ TEST_F(gl_drawing, nothing_leaves_the_box) {
             gl::circfi(a, b, a);
             gl::circi(a, b, b);
             gl::scrmask(a, b, a, b);
+            gl::viewport(a, b, b, a);
             gl::scrmask(10, 29, 12, 25);
+            gl::ortho2(a, b, -1, 1);
+            gl::recti(a, b, b, a);
+            gl::reshapeviewport();
+            gl::viewport(10, 29, 12, 25);
         }
     gl::clear();
     gl::reshapeviewport();

@@ -164,6 +164,15 @@ TEST_F(gl_windows, double_buffering_swaps) {
     gl::swapbuffers();
     EXPECT_NE(seen(id, 12, 1), word(5));
 
+    // A new size takes along where the buffers differ, and no more.
+    push(display::event_kind::geometry, id, {0, 0, 32, 48});
+    EXPECT_EQ(read().first, gl::REDRAW);
+    EXPECT_EQ(gl::qtest(), gl::NULLDEV);
+    const std::int64_t shown = memory::facts(id).pixels_shown;
+    gl::swapbuffers();
+    EXPECT_EQ(seen(id, 12, 1), word(5));
+    EXPECT_EQ(memory::facts(id).pixels_shown - shown, 16 * 8);
+
     gl::singlebuffer();
     gl::gconfig();
     fill(6, 0, 0, 15, 15);
@@ -192,6 +201,20 @@ TEST_F(gl_windows, colour_map_windows_follow_their_map) {
     EXPECT_EQ(read().first, gl::REDRAW);
     EXPECT_EQ(gl::qtest(), gl::NULLDEV);
     EXPECT_EQ(seen(id, 0, 0), 0xFF0000U);
+    // The back buffer has the window's size also when it had changed while there was none.
+    for (const int size : {40, 9}) {
+        gl::doublebuffer();
+        gl::gconfig();
+        gl::singlebuffer();
+        gl::gconfig();
+        gl::winposition(0, size - 1, 0, size - 1);
+        EXPECT_EQ(read().first, gl::REDRAW);
+        gl::doublebuffer();
+        gl::gconfig();
+        gl::rectfi(0, 0, size, size);
+        gl::swapbuffers();
+        EXPECT_EQ(seen(id, size - 1, size - 1), 0xFF0000U);
+    }
     gl::RGBmode();
     gl::gconfig();
     EXPECT_EQ(gl::qtest(), gl::NULLDEV);
@@ -220,6 +243,16 @@ TEST_F(gl_windows, overlay_lies_over_the_picture_and_comes_off) {
     gl::clear();
     EXPECT_EQ(gl::qtest(), gl::NULLDEV);
     EXPECT_EQ(seen(id, 2, 2), word(60));
+    gl::color(1);
+    gl::rectfi(2, 2, 3, 3);
+    EXPECT_EQ(gl::qtest(), gl::NULLDEV);
+    gl::overlay(0);
+    gl::gconfig();
+    gl::drawmode(gl::NORMALDRAW);
+    fill(70, 7, 7, 7, 7);
+    EXPECT_EQ(gl::qtest(), gl::NULLDEV);
+    EXPECT_EQ(seen(id, 2, 2), word(60)) << "gone with its planes";
+    EXPECT_EQ(seen(id, 7, 7), word(70));
 }
 
 TEST_F(gl_windows, states_and_cursors_reach_the_display) {
