@@ -14,10 +14,6 @@ std::size_t blocks_along(int pixels) {
     return static_cast<std::size_t>(std::max(pixels, 0) / ir1_block_size);
 }
 
-std::size_t stream_bytes(int width, int height, std::size_t block_bytes) {
-    return ir1_header_bytes + blocks_along(width) * blocks_along(height) * block_bytes;
-}
-
 std::size_t pixel_count(int width, int height) {
     return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
 }
@@ -58,11 +54,7 @@ ir1_table IR1_init_tables() {
 }
 
 std::size_t ir1_worst_case(int width, int height) {
-    return stream_bytes(width, height, ir1_detailed_bytes);
-}
-
-std::size_t ir1_best_case(int width, int height) {
-    return stream_bytes(width, height, ir1_flat_bytes);
+    return ir1_header_bytes + blocks_along(width) * blocks_along(height) * ir1_detailed_bytes;
 }
 
 std::int64_t IR1_compress(std::span<const std::uint32_t> image, int width, int height,

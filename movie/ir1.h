@@ -53,9 +53,6 @@ using ir1_table = std::shared_ptr<const ir1_colours>;
 // The most bytes that a picture of width x height pixels can need; 4 when either is below 4.
 [[nodiscard]] std::size_t ir1_worst_case(int width, int height);
 
-// The fewest bytes that a stream of this coded size can have.
-[[nodiscard]] std::size_t ir1_best_case(int width, int height);
-
 // Compresses a picture.
 //   image        at least width x height words
 //   width,height pixels, 0 .. ir1_max_dimension; what is left over a multiple of 4 (columns at

@@ -1,92 +1,27 @@
 #include "movie/vf.h"
 
+#include "movie/file_io.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstring>
 #include <fcntl.h>
 #include <new>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace movie {
 
 namespace {
 
-static_assert(sizeof(off_t) >= sizeof(std::int64_t), "movies pass 2 GiB together with their data");
-
 constexpr std::int64_t entry_bytes = 4;
 
-// ---- Bytes -------------------------------------------------------------------------------------
-
-std::uint32_t get_unsigned(const std::uint8_t *from) {
-    return std::uint32_t{from[0]} << 24U | std::uint32_t{from[1]} << 16U |
-           std::uint32_t{from[2]} << 8U | from[3];
-}
-
-std::int32_t get_signed(const std::uint8_t *from) {
-    return static_cast<std::int32_t>(get_unsigned(from));
-}
-
-void put_unsigned(std::uint8_t *to, std::uint32_t value) {
-    to[0] = static_cast<std::uint8_t>(value >> 24U);
-    to[1] = static_cast<std::uint8_t>(value >> 16U & 0xFFU);
-    to[2] = static_cast<std::uint8_t>(value >> 8U & 0xFFU);
-    to[3] = static_cast<std::uint8_t>(value & 0xFFU);
-}
-
-void put_signed(std::uint8_t *to, std::int32_t value) {
-    put_unsigned(to, static_cast<std::uint32_t>(value));
-}
-
-// ---- The file, by place ------------------------------------------------------------------------
-
-// Fills `to` from the place on, or returns false: the file fails or ends before.
-bool read_at(std::FILE *file, std::int64_t place, std::span<std::uint8_t> to) {
-    while (!to.empty()) {
-        const ssize_t n = pread(fileno(file), to.data(), to.size(), place);
-        if (n > 0) {
-            place += n;
-            to = to.subspan(static_cast<std::size_t>(n));
-        } else if (n == 0 || errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// Writes all of `from` at the place, or returns false with errno set; part may be written then.
-bool write_at(std::FILE *file, std::int64_t place, std::span<const std::uint8_t> from) {
-    while (!from.empty()) {
-        const ssize_t n = pwrite(fileno(file), from.data(), from.size(), place);
-        if (n > 0) {
-            place += n;
-            from = from.subspan(static_cast<std::size_t>(n));
-        } else if (n == 0) {
-            errno = ENOSPC;
-            return false;
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
-}
-
-// The file's size in bytes; -1 when it is no regular file (then errno is set).
-std::int64_t regular_size(int descriptor) {
-    struct stat status {};
-    if (fstat(descriptor, &status) != 0) {
-        return -1;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        errno = EINVAL;
-        return -1;
-    }
-    return status.st_size;
+int descriptor_of(const vf_movie &film) {
+    return fileno(film.stream.get());
 }
 
 std::int64_t size_of(const vf_movie &film) {
-    return regular_size(fileno(film.stream.get()));
+    return regular_size(descriptor_of(film));
 }
 
 std::int64_t table_end(std::int64_t count) {
@@ -134,19 +69,22 @@ bool check_header(const char *caller, const vf_movie &film) {
     return true;
 }
 
-// Reads the frame offset table; nothing is allocated for one that the file can not hold.
+// Reads the frame offset table; nothing is allocated for one that the file can not hold, or that
+// leaves no place for chunks.
 bool read_table(vf_movie &film) {
-    if (size_of(film) < table_end(film.count)) {
+    if (table_end(film.count) > std::min(size_of(film), vf_max_file_bytes)) {
         return false;
     }
-    const auto count = static_cast<std::size_t>(film.count);
-    std::vector<std::uint8_t> bytes(count * entry_bytes);
-    if (!read_at(film.stream.get(), vf_header_bytes, bytes)) {
+    film.offsets.resize(static_cast<std::size_t>(film.count));
+    const auto bytes_of = [](std::int32_t *entry) {
+        return reinterpret_cast<std::uint8_t *>(entry);
+    };
+    if (!read_at(descriptor_of(film), vf_header_bytes,
+                 {bytes_of(film.offsets.data()), film.offsets.size() * entry_bytes})) {
         return false;
     }
-    film.offsets.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        film.offsets[i] = get_signed(&bytes[i * entry_bytes]);
+    for (std::int32_t &entry : film.offsets) {
+        entry = get_signed(bytes_of(&entry));
     }
     return true;
 }
@@ -154,6 +92,15 @@ bool read_table(vf_movie &film) {
 ir1_table &current_table() {
     static ir1_table table;
     return table;
+}
+
+bool renew_current_table() {
+    ir1_table table = IR1_init_tables();
+    if (table == nullptr) {
+        return false;
+    }
+    current_table() = std::move(table);
+    return true;
 }
 
 vf_owner open_movie(const char *name, const char *mode) {
@@ -165,7 +112,7 @@ vf_owner open_movie(const char *name, const char *mode) {
         return nullptr;
     }
     std::array<std::uint8_t, vf_header_bytes> header{};
-    if (!read_at(film->stream.get(), 0, header)) {
+    if (!read_at(descriptor_of(*film), 0, header)) {
         std::fprintf(stderr, "VFopen:  Unable to read header in \"%s\"\n", film->name.c_str());
         return nullptr;
     }
@@ -198,18 +145,13 @@ vf_owner open_movie(const char *name, const char *mode) {
 vf_owner VFopen(const char *name, const char *mode) {
     try {
         vf_owner film = open_movie(name, mode);
-        if (film != nullptr) {
-            ir1_table table = IR1_init_tables();
-            if (table == nullptr) {
-                throw std::bad_alloc();
-            }
-            current_table() = std::move(table);
+        if (film == nullptr || renew_current_table()) {
+            return film;
         }
-        return film;
-    } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "VFopen: \"%s\": out of memory\n", name != nullptr ? name : "");
-        return nullptr;
+    } catch (const std::bad_alloc &) { // told below
     }
+    std::fprintf(stderr, "VFopen: \"%s\": out of memory\n", name != nullptr ? name : "");
+    return nullptr;
 }
 
 ir1_table vf_current_table() {
@@ -266,7 +208,7 @@ std::array<std::uint8_t, vf_header_bytes> make_header(const vf_movie &film) {
 
 int create_movie(vf_movie &film, const char *name) {
     film.stream.reset();
-    film.held_to = -1;
+    film.repeats_to = -1;
     film.reported.clear();
     film.name = name != nullptr ? name : "(temporary movie)";
     if (!prepare_table(film)) {
@@ -282,12 +224,12 @@ int create_movie(vf_movie &film, const char *name) {
         film.stream.reset();
         return -1;
     }
-    if (!write_at(film.stream.get(), 0, make_header(film))) {
+    if (!write_at(descriptor_of(film), 0, make_header(film))) {
         std::fprintf(stderr, "VFopenWrite:  Unable to write header in \"%s\"\n", film.name.c_str());
         film.stream.reset();
         return -1;
     }
-    if (!write_at(film.stream.get(), vf_header_bytes, table)) {
+    if (!write_at(descriptor_of(film), vf_header_bytes, table)) {
         std::fputs("VFopenWrite:  Unable to write frame offset table\n", stderr);
         film.stream.reset();
         return -1;
@@ -326,32 +268,33 @@ bool reserve(vf_chunk &chunk, std::size_t size) {
     return true;
 }
 
-// Returns 0, or the number of the item that could not be read.
+// Reads the chunk at the place and moves the stream behind it. Returns 0, or the number of the item
+// that could not be read.
 int read_chunk(const vf_movie &film, std::int64_t place, vf_chunk &chunk) {
-    if (place < 0 || !read_at(film.stream.get(), place, chunk.header)) {
+    const int file = descriptor_of(film);
+    if (!read_at(file, place, chunk.header)) {
         return 1;
     }
     std::array<std::uint8_t, 4> word{};
     place += static_cast<std::int64_t>(chunk.header.size());
-    if (!read_at(film.stream.get(), place, word)) {
+    if (!read_at(file, place, word)) {
         return 2;
     }
     chunk.reserved = get_signed(word.data());
     place += static_cast<std::int64_t>(word.size());
-    if (!read_at(film.stream.get(), place, word)) {
+    if (!read_at(file, place, word)) {
         return 3;
     }
     const std::int32_t size = get_signed(word.data());
     place += static_cast<std::int64_t>(word.size());
-    if (size != 0) {
-        const auto bytes = static_cast<std::size_t>(size);
-        if (size < 0 || size > size_of(film) - place || !reserve(chunk, bytes) ||
-            !read_at(film.stream.get(), place, {chunk.buffer.get(), bytes})) {
-            return 4;
-        }
-        chunk.data = chunk.buffer.get();
-        chunk.size = size;
+    const auto bytes = static_cast<std::size_t>(size);
+    if (size < 0 || size > size_of(film) - place || !reserve(chunk, bytes) ||
+        !read_at(file, place, {chunk.buffer.get(), bytes}) ||
+        fseeko(film.stream.get(), place + size, SEEK_SET) != 0) {
+        return 4;
     }
+    chunk.size = size;
+    chunk.data = size != 0 ? chunk.buffer.get() : nullptr;
     return 0;
 }
 
@@ -361,13 +304,13 @@ int VFreadchunk(vf_movie &film, vf_chunk &chunk) {
     chunk.size = 0;
     chunk.data = nullptr;
     const std::int64_t place = film.stream != nullptr ? ftello(film.stream.get()) : -1;
-    const int failed = read_chunk(film, place, chunk);
-    if (failed != 0) {
-        std::fprintf(stderr, "%s: read error. %d\n", failed == 4 ? "VFreadchuck" : "VFreadchunk",
-                     failed);
-        return -1;
+    const int failed = place >= 0 ? read_chunk(film, place, chunk) : 1;
+    if (failed == 0) {
+        return 0;
     }
-    return fseeko(film.stream.get(), place + vf_chunk_bytes + chunk.size, SEEK_SET) == 0 ? 0 : -1;
+    std::fprintf(stderr, "%s: read error. %d\n", failed == 4 ? "VFreadchuck" : "VFreadchunk",
+                 failed);
+    return -1;
 }
 
 int VFdecompress(const vf_movie &film, const vf_chunk &chunk, std::span<std::uint32_t> image) {
@@ -375,11 +318,11 @@ int VFdecompress(const vf_movie &film, const vf_chunk &chunk, std::span<std::uin
         return 0;
     }
     const std::span packed(chunk.data, static_cast<std::size_t>(chunk.size));
-    if (current_table() == nullptr) {
-        current_table() = IR1_init_tables();
+    if (current_table() == nullptr && !renew_current_table()) {
+        return -1;
     }
     ir1_size size;
-    if (current_table() == nullptr || ir1_read_size(packed, &size) != 0 ||
+    if (ir1_read_size(packed, &size) != 0 ||
         size.width != film.width - film.width % ir1_block_size ||
         size.height != film.height - film.height % ir1_block_size) {
         return -1;
@@ -411,7 +354,7 @@ namespace {
 std::int32_t look_up_entry(vf_movie &film, int index) {
     std::int32_t &entry = film.offsets[static_cast<std::size_t>(index)];
     std::array<std::uint8_t, entry_bytes> bytes{};
-    if (entry == 0 && read_at(film.stream.get(), table_end(index), bytes)) {
+    if (entry == 0 && read_at(descriptor_of(film), table_end(index), bytes)) {
         entry = get_signed(bytes.data());
     }
     return entry;
@@ -426,7 +369,7 @@ vf_find find_own_data(vf_movie &film, int index, std::int64_t file_size, vf_fram
     const auto first_chunk = table_end(static_cast<std::int64_t>(film.offsets.size()));
     std::array<std::uint8_t, 4> word{};
     if (entry < first_chunk || entry + vf_chunk_bytes > file_size ||
-        !read_at(film.stream.get(), entry + vf_chunk_size_offset, word)) {
+        !read_at(descriptor_of(film), entry + vf_chunk_size_offset, word)) {
         VFreport(film, index, "no chunk at its offset", entry);
         return vf_find::damaged;
     }
@@ -453,18 +396,13 @@ vf_find VFfindframe(vf_movie &film, int index, vf_frame *where) {
     }
     const std::int64_t file_size = size_of(film);
     for (int i = index; i >= 0; --i) {
-        // A long hold is walked once: playing on, or back, meets what was found before.
-        if (i >= film.held.index && i <= film.held_to) {
-            film.held_to = std::max(film.held_to, index);
-            *where = film.held;
-            return vf_find::found;
-        }
+        // A long run of repeats is walked once: playing on, or back, meets what was found before.
+        const bool known = i >= film.repeated && i <= film.repeats_to;
+        i = known ? film.repeated : i;
         const vf_find result = find_own_data(film, i, file_size, where);
-        if (result == vf_find::found) {
-            film.held = *where;
-            film.held_to = index;
-        }
-        if (result != vf_find::none) {
+        if (result != vf_find::none || i == 0) {
+            film.repeats_to = known ? std::max(film.repeats_to, index) : index;
+            film.repeated = i;
             return result;
         }
     }
@@ -477,7 +415,7 @@ int VFreadframe(vf_movie &film, const vf_frame &where, std::span<std::uint8_t> b
         return -1;
     }
     const auto size = static_cast<std::size_t>(where.size);
-    if (film.stream == nullptr || !read_at(film.stream.get(), where.offset, buffer.first(size))) {
+    if (film.stream == nullptr || !read_at(descriptor_of(film), where.offset, buffer.first(size))) {
         VFreport(film, where.index, "its data can not be read", where.offset);
         return -1;
     }
@@ -498,7 +436,7 @@ int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) 
         static_cast<std::size_t>(index) >= film.offsets.size()) {
         return EINVAL;
     }
-    std::FILE *file = film.stream.get();
+    const int file = descriptor_of(film);
     const std::int64_t end = size_of(film);
     if (end < table_end(static_cast<std::int64_t>(film.offsets.size()))) {
         return end < 0 ? errno : EIO; // someone cut the table off
@@ -512,7 +450,7 @@ int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) 
     if (!write_at(file, end, head) || !write_at(file, end + vf_chunk_bytes, data)) {
         const int reason = errno;
         // What there is of the chunk would only take space: nothing points at it.
-        [[maybe_unused]] const int cut = ftruncate(fileno(file), end);
+        [[maybe_unused]] const int cut = ftruncate(file, end);
         return reason;
     }
     std::array<std::uint8_t, entry_bytes> entry{};
@@ -521,7 +459,7 @@ int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) 
         return errno;
     }
     film.offsets[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(end);
-    film.held_to = -1;
+    film.repeats_to = -1;
     return 0;
 }
 

@@ -79,8 +79,8 @@ struct vf_movie {
     std::vector<std::int32_t> offsets; // count entries
     std::string name;                  // as given to VFopen or VFopenWrite, for messages
     std::vector<bool> reported;        // frames already reported as damaged; grows on demand
-    vf_frame held;                     // what VFfindframe found last: the data of the frames
-    int held_to = -1;                  // held.index .. held_to
+    int repeated = 0;                  // what VFfindframe learnt last: this frame is repeated by
+    int repeats_to = -1;               // all up to this one; below repeated: nothing
 };
 using vf_owner = std::unique_ptr<vf_movie>;
 
@@ -100,8 +100,8 @@ struct vf_chunk {
 //   "VFopen:  Unable to open file \"%s\"", "VFopen:  Unable to read header in \"%s\"",
 //   "VFopen: bad magic number in file.", "VFopen:  Unsupported compression algorithm.",
 //   "VFopen:  Unable to read frame offset table" (also: a count that the file cannot hold)
-// or, naming the file and the value, for a negative count or a width or height outside
-// 0 .. ir1_max_dimension. What is not a regular file (a directory, a pipe, a device) can not be
+// or, naming the file, for a negative count, a width or height outside 0 .. ir1_max_dimension or a
+// lack of memory. What is not a regular file (a directory, a pipe, a device) can not be
 // opened, and nothing waits for it.
 [[nodiscard]] vf_owner VFopen(const char *name, const char *mode);
 
@@ -119,7 +119,7 @@ struct vf_chunk {
 //   "VFopenWrite:  Unable to write frame offset table"
 // or, before any file is touched, naming the file and the value: an algorithm other than IR1, a
 // width or height outside 0 .. ir1_max_dimension, a count that is negative, too large for
-// vf_max_file_bytes or not the table's.
+// vf_max_file_bytes or not the table's, or a lack of memory.
 [[nodiscard]] int VFopenWrite(vf_movie &film, const char *name);
 
 // Closes the stream and releases the handle. A null handle is ignored.

@@ -7,6 +7,7 @@
 #include "tools/reel/report.h"
 
 #include <cstdio>
+#include <sys/stat.h>
 
 namespace reel {
 
@@ -41,8 +42,20 @@ int show_frame(image_writer &writer, int index, progress &meter) {
     return -1;
 }
 
+bool is_same_file(const movie::vf_movie &film, const std::string &path) {
+    struct stat own {};
+    struct stat other {};
+    return ::fstat(::fileno(film.stream.get()), &own) == 0 && ::stat(path.c_str(), &other) == 0 &&
+           own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+}
+
 // Writes the picture in the buffer under its name. Returns 0, or -1 after a report.
-int write_image(const image_writer &writer, const std::string &path) {
+int write_image(const image_writer &writer, const std::string &path, progress &meter) {
+    if (is_same_file(*writer.movie->film, path)) {
+        clear_progress(meter);
+        report("%s: it is the movie itself, so it is not replaced", path.c_str());
+        return -1;
+    }
     output_file file;
     if (start_output(path, file) != 0)
         return -1;
@@ -50,6 +63,7 @@ int write_image(const image_writer &writer, const std::string &path) {
     const movie::vf_movie &film = *writer.movie->film;
     if (writer.images->write(file.temporary.c_str(), writer.buffer.words, coded_side(film.width),
                              coded_side(film.height), &fault) != 0) {
+        clear_progress(meter);
         report("%s: %s", path.c_str(), fault.c_str());
         return -1;
     }
@@ -96,8 +110,9 @@ int decode_frames(image_writer &writer, const output_names &names, const frame_r
     progress meter = start_progress("decoding", range.last - range.first + 1);
     for (std::int64_t number = range.first; number <= range.last; ++number) {
         if (show_frame(writer, static_cast<int>(number), meter) == 0 &&
-            write_image(writer, names.numbered ? format_frame_path(names.pattern, number)
-                                               : names.single) != 0)
+            write_image(writer,
+                        names.numbered ? format_frame_path(names.pattern, number) : names.single,
+                        meter) != 0)
             return -1;
         step_progress(meter);
     }

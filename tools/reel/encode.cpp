@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <sys/stat.h>
 
 namespace reel {
@@ -38,10 +40,15 @@ std::string size_text(int width, int height) {
 // An existing file gives way to a movie only when it is one: a forgotten -o must not cost an
 // image.
 int check_replaced(const std::string &name) {
-    const movie::vf_stream file(std::fopen(name.c_str(), "rb"));
     struct stat status {};
-    if (file == nullptr || ::fstat(::fileno(file.get()), &status) != 0 || !S_ISREG(status.st_mode))
+    if (::stat(name.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return 0; // nothing there, or start_output says what
+    const movie::vf_stream file(std::fopen(name.c_str(), "rb"));
+    if (file == nullptr) {
+        report("%s: it exists and cannot be read, so it is not replaced: %s", name.c_str(),
+               std::strerror(errno));
+        return -1;
+    }
     std::array<unsigned char, 4> head{};
     const std::size_t n = std::fread(head.data(), 1, head.size(), file.get());
     const std::uint32_t word = std::uint32_t{head[0]} << 24 | std::uint32_t{head[1]} << 16 |
@@ -75,10 +82,11 @@ int start_movie(const encode_options &options, std::size_t count, const image_bu
 }
 
 // Appends a picture. Returns 0, or -1 after a report.
-int add_picture(movie_writer &writer, const image_buffer &image) {
+int add_picture(movie_writer &writer, const image_buffer &image, progress &meter) {
     const std::int64_t size = movie::IR1_compress(image.words, image.width, image.height,
                                                   writer.packed, writer.film.threshold);
     if (size < 0) {
+        clear_progress(meter);
         report("%s: frame %d cannot be compressed", writer.film.name.c_str(), writer.count);
         return -1;
     }
@@ -126,10 +134,12 @@ int announce(const frame_list &list, const image_buffer &image) {
     return 0;
 }
 
-int read_image(const image_module &images, const frame_file &file, image_buffer &image) {
+int read_image(const image_module &images, const frame_file &file, image_buffer &image,
+               progress &meter) {
     std::string fault;
     if (images.read(file.path.c_str(), &image, &fault) == 0)
         return 0;
+    clear_progress(meter);
     report("%s (frame %lld): %s", file.path.c_str(), static_cast<long long>(file.number),
            fault.c_str());
     return -1;
@@ -140,7 +150,7 @@ int encode_files(const encode_options &options, const image_module &images, cons
                  movie_writer &writer, progress &meter) {
     image_buffer image;
     for (const frame_file &file : list.files) {
-        if (read_image(images, file, image) != 0)
+        if (read_image(images, file, image, meter) != 0)
             return -1;
         if (writer.count == 0 && (announce(list, image) != 0 ||
                                   start_movie(options, list.files.size(), image, writer) != 0))
@@ -153,7 +163,7 @@ int encode_files(const encode_options &options, const image_module &images, cons
                    size_text(writer.source_width, writer.source_height).c_str());
             return -1;
         }
-        if (add_picture(writer, image) != 0)
+        if (add_picture(writer, image, meter) != 0)
             return -1;
         step_progress(meter);
     }

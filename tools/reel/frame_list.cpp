@@ -359,6 +359,10 @@ int find_frames(const std::vector<std::string> &inputs, const std::vector<std::s
         const bool exists = ::stat(input.c_str(), &status) == 0;
         const frame_range *own_range = lone ? range : nullptr;
         const bool plain = exists && !S_ISDIR(status.st_mode);
+        if (plain && !S_ISREG(status.st_mode)) { // reading a pipe might wait for ever
+            *fault = input + ": it is not a regular file";
+            return -1;
+        }
         int result = 0;
         if (!exists)
             result = add_pattern(input, own_range, list, fault);

@@ -376,10 +376,22 @@ int check_output_format(const char *path, std::string *fault) {
 
 // ---- the module
 
+// Makes one line of what a library said, which may be several or none.
+void tidy_fault(std::string *fault) {
+    std::string line;
+    for (const OIIO::string_view &part : OIIO::Strutil::splitsv(*fault, "\n"))
+        if (!part.empty())
+            line += (line.empty() ? "" : "; ") + std::string(part);
+    *fault = line.empty() ? "the image library does not say why" : line;
+}
+
 // Runs a procedure and turns exceptions of the libraries below into faults.
 template <typename procedure> int guard(std::string *fault, procedure run) {
     try {
-        return run();
+        if (run() == 0)
+            return 0;
+        tidy_fault(fault);
+        return -1;
     } catch (const std::bad_alloc &) {
         *fault = "there is not enough memory for it";
     } catch (const std::exception &error) {

@@ -8,8 +8,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <cstdio>
 #include <exception>
+#include <new>
+#include <string>
 
 namespace {
 
@@ -34,6 +37,20 @@ void add_frames_option(CLI::App &app, std::optional<reel::frame_range> &frames,
     app.add_option_function<std::string>("--frames", read, meaning)->type_name("A-B");
 }
 
+// Accepts whole numbers from lowest to highest.
+CLI::Validator whole_number(int lowest, int highest) {
+    const auto fault_of = [lowest, highest](const std::string &text) -> std::string {
+        int value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (error == std::errc() && end == text.data() + text.size() && value >= lowest &&
+            value <= highest)
+            return "";
+        return "\"" + text + "\" is not a whole number from " + std::to_string(lowest) + " to " +
+               std::to_string(highest);
+    };
+    return {fault_of, std::to_string(lowest) + " to " + std::to_string(highest)};
+}
+
 void describe_encode(CLI::App &app, command_options &options) {
     reel::encode_options &encode = options.encode;
     app.add_option("input", encode.inputs,
@@ -45,12 +62,12 @@ void describe_encode(CLI::App &app, command_options &options) {
         ->required()
         ->type_name("OUT.reel");
     app.add_option("--fps", encode.rate, "Frames per second")
-        ->check(CLI::Range(1, reel::max_rate))
+        ->check(whole_number(1, reel::max_rate))
         ->capture_default_str();
     app.add_option("--threshold", encode.threshold,
                    "Luminance spread, 0 to 255, above which a block is stored in detail; "
                    "-1: every block")
-        ->check(CLI::Range(reel::min_threshold, reel::max_threshold))
+        ->check(whole_number(reel::min_threshold, reel::max_threshold))
         ->capture_default_str();
     add_frames_option(app, encode.frames,
                       "Only these frames: the numbers in the names of a sequence, else positions "
@@ -130,6 +147,8 @@ int main(int argc, char **argv) {
     int status = reel::exit_failed;
     try {
         status = run_command_line(argc, argv);
+    } catch (const std::bad_alloc &) {
+        reel::report("there is not enough memory");
     } catch (const std::exception &error) {
         reel::report("%s", error.what());
     }

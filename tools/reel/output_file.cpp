@@ -16,7 +16,8 @@ namespace reel {
 
 namespace {
 
-constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
+// SIGPIPE: whoever read our messages may go away in the middle of the work.
+constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE};
 constexpr mode_t permission_bits = 07777;
 constexpr mode_t new_file_mode = 0666;
 
@@ -88,8 +89,13 @@ int examine_target(const std::string &target, output_file &out, mode_t *mode) {
     out.target = target;
     out.replaces = ::stat(target.c_str(), &status) == 0;
     *mode = mode_of_new_files();
-    if (!out.replaces)
-        return 0;
+    if (!out.replaces) {
+        if (::lstat(target.c_str(), &status) != 0)
+            return 0;
+        report("%s: cannot be written: it is a link to something that is not there",
+               target.c_str());
+        return -1;
+    }
     const char *fault = S_ISDIR(status.st_mode)               ? "it is a folder"
                         : !S_ISREG(status.st_mode)            ? "it is not a regular file"
                         : ::access(target.c_str(), W_OK) != 0 ? std::strerror(errno)

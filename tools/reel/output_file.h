@@ -7,9 +7,9 @@
 //       finish_output(out, true);                        // flushed, then renamed to the target
 //   }                                                    // else removed with the record
 //
-// One output is open at a time: the one that SIGINT, SIGTERM and SIGHUP, and an exit out of turn,
-// remove before the program ends. A symbolic link is followed: what it points to is replaced, not
-// the link.
+// One output is open at a time: the one that SIGINT, SIGTERM, SIGHUP, SIGQUIT and SIGPIPE, and an
+// exit out of turn, remove before the program ends. A symbolic link is followed: what it points to
+// is replaced, not the link.
 #pragma once
 
 #include <string>
@@ -32,8 +32,8 @@ struct output_file {
 void catch_signals();
 
 // Creates the temporary file, with the permissions of the target or those of a new file. Returns
-// 0, or -1 after a report: the target is a folder, not a regular file or write-protected, or its
-// folder is missing or cannot be written.
+// 0, or -1 after a report: the target is a folder, not a regular file, write-protected or a link
+// that leads nowhere, or its folder is missing or cannot be written.
 [[nodiscard]] int start_output(const std::string &target, output_file &out);
 
 // Gives the temporary file its name. Its content is flushed to the disk before that when it

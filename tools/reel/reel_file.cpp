@@ -80,6 +80,18 @@ int check_kind(const std::string &name) {
     return fault == nullptr ? 0 : -1;
 }
 
+// Whether the data can be a picture of the movie's size. Asked before there is memory for the
+// picture: a damaged header may want gigabytes.
+bool may_fill_picture(const movie::vf_movie &film, std::span<const std::uint8_t> packed) {
+    movie::ir1_size size;
+    if (movie::ir1_read_size(packed, &size) != 0 || size.width != coded_side(film.width) ||
+        size.height != coded_side(film.height))
+        return false;
+    const std::size_t blocks = static_cast<std::size_t>(size.width / movie::ir1_block_size) *
+                               static_cast<std::size_t>(size.height / movie::ir1_block_size);
+    return packed.size() >= movie::ir1_header_bytes + blocks * movie::ir1_flat_bytes;
+}
+
 } // namespace
 
 int open_reel(const std::string &name, reel_file &file) {
@@ -111,10 +123,12 @@ frame_fault decode_frame(const reel_file &file, int index, frame_buffer &buffer)
     const frame_entry &frame = file.frames[static_cast<std::size_t>(index)];
     const auto wanted = std::min(static_cast<std::size_t>(frame.size), vf_max_data_bytes(film));
     buffer.packed.resize(wanted);
-    buffer.words.resize(static_cast<std::size_t>(coded_side(film.width)) *
-                        static_cast<std::size_t>(coded_side(film.height)));
     if (read_at(film, frame.offset + movie::vf_chunk_bytes, buffer.packed.data(), wanted) < wanted)
         return frame_fault::unreadable;
+    if (!may_fill_picture(film, buffer.packed))
+        return frame_fault::bad_data;
+    buffer.words.resize(static_cast<std::size_t>(coded_side(film.width)) *
+                        static_cast<std::size_t>(coded_side(film.height)));
     buffer.chunk.data = buffer.packed.data();
     buffer.chunk.size = static_cast<std::int32_t>(wanted);
     return movie::VFdecompress(film, buffer.chunk, buffer.words) == 0 ? frame_fault::none

@@ -73,15 +73,18 @@ void say(findings &found, int index, const std::string &what) {
 }
 
 // Bytes of a chunk behind its last block.
-void remark_excess(const reel_file &file, int index, const frame_buffer &buffer, findings &found) {
+void remark_excess(const reel_file &file, int index, const frame_buffer &buffer, findings &found,
+                   progress &meter) {
     movie::ir1_size size;
     if (movie::ir1_read_size(buffer.packed, &size) != 0)
         return;
     const auto used = static_cast<std::int64_t>(walk_stream(buffer.packed, size).bytes);
     const std::int64_t excess = file.frames[static_cast<std::size_t>(index)].size - used;
-    if (excess > 0 && found.excess_remarks++ < max_remarks)
-        std::printf("%s: remark: frame %d: %lld bytes behind its picture are not used\n",
-                    found.name, index, static_cast<long long>(excess));
+    if (excess <= 0 || found.excess_remarks++ >= max_remarks)
+        return;
+    clear_progress(meter);
+    std::printf("%s: remark: frame %d: %lld bytes behind its picture are not used\n", found.name,
+                index, static_cast<long long>(excess));
 }
 
 void check_frames(const reel_file &file, findings &found) {
@@ -100,7 +103,7 @@ void check_frames(const reel_file &file, findings &found) {
             else if (fault == frame_fault::bad_data)
                 what = describe_bad_data(file, index, buffer);
             else
-                remark_excess(file, index, buffer, found);
+                remark_excess(file, index, buffer, found, meter);
         } else if (what.empty() && bad[static_cast<std::size_t>(frame.source)]) {
             what = "it repeats frame " + std::to_string(frame.source) + ", which is damaged";
         }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -47,6 +48,7 @@ pid_t start_program(const scratch_folder &logs, const arguments &words, rlim_t f
         if (file_limit != RLIM_INFINITY)
             ::setrlimit(RLIMIT_FSIZE, &limit);
         std::signal(SIGINT, SIG_DFL);
+        std::signal(SIGPIPE, SIG_DFL);
         ::execv(REEL_PROGRAM, const_cast<char **>(argv.data()));
         ::_exit(127);
     }
@@ -204,11 +206,16 @@ TEST(reel_command, refuses_and_leaves_nothing_behind) {
         {{"encode", "-o", "*", "*/gap.1.png", "*/gap.3.png"}, 1, "it is a folder"},
         {{"encode", "-o", "/dev/full", "*/gap.1.png", "*/gap.3.png"}, 1, "not a regular file"},
         {{"encode", "-o", "*/gap.1.png", "*/gap.3.png"}, 1, "not replaced"},
+        {{"encode", "-o", "*/pipe", "*/gap.1.png", "*/gap.3.png"}, 1, "not a regular file"},
+        {{"encode", "-o", "*/x.reel", "*/pipe"}, 1, "not a regular file"},
+        {{"encode", "-o", "*/nowhere", "*/gap.1.png", "*/gap.3.png"}, 1, "a link to something"},
         {{"encode", "-o", "*/x.reel"}, 2, "input is required"},
         {{"encode", "*/gap.1.png"}, 2, "--output is required"},
         {{"encode", "-o", "*/x.reel", "--fps", "0", "*/gap.1.png"}, 2, "--fps"},
+        {{"encode", "-o", "*/x.reel", "--fps", "23.976", "*/gap.1.png"}, 2, "whole number"},
         {{"encode", "-o", "*/x.reel", "--frames", "3-1", "*/gap.1.png"}, 2, "--frames"},
         {{"decode", "*/good.reel", "-o", "*/x.png"}, 2, "several frames need a place"},
+        {{"decode", "*/film.0.png", "-o", "*/film.#.png"}, 1, "the movie itself"},
         {{"decode", "*/good.reel", "-o", "*/x.##.zzz"}, 1, "no image format"},
         {{"decode", "*/good.reel", "-o", "*/no/x.##.png"}, 1, "No such file"},
         {{"decode", "*/good.reel", "-o", "*/x.#.png", "--frames", "1-5"}, 1, "frames 0-1 only"},
@@ -229,6 +236,9 @@ TEST(reel_command, refuses_and_leaves_nothing_behind) {
         run({"encode", "-o", folder / "good.reel", folder / "gap.1.png", folder / "gap.3.png"})
             .status,
         0);
+    std::filesystem::copy_file(folder / "good.reel", folder / "film.0.png");
+    std::filesystem::create_symlink("absent/x.reel", folder / "nowhere");
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     const auto before = folder.names();
     for (const auto &each : cases) {
         arguments words = each.words;
@@ -240,6 +250,7 @@ TEST(reel_command, refuses_and_leaves_nothing_behind) {
         EXPECT_TRUE(contains(got.err, each.message)) << each.message << "\n" << got.err;
         EXPECT_EQ(folder.names(), before) << each.message;
     }
+    EXPECT_EQ(read_bytes(folder / "film.0.png"), read_bytes(folder / "good.reel"));
 }
 
 TEST(reel_command, a_full_disk_leaves_the_old_files) {
@@ -267,7 +278,7 @@ TEST(reel_command, a_full_disk_leaves_the_old_files) {
 }
 
 TEST(reel_command, a_signal_leaves_nothing) {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         const scratch_folder folder;
         const scratch_folder logs;
         write_frame(folder / "a.png", 0, 640, 480);

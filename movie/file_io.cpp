@@ -1,0 +1,72 @@
+#include "movie/file_io.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace movie {
+
+static_assert(sizeof(off_t) >= sizeof(std::int64_t), "a chunk may end beyond 2 GiB");
+
+bool read_at(int descriptor, std::int64_t place, std::span<std::uint8_t> to) {
+    while (!to.empty()) {
+        const ssize_t n = pread(descriptor, to.data(), to.size(), place);
+        if (n > 0) {
+            place += n;
+            to = to.subspan(static_cast<std::size_t>(n));
+        } else if (n == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool write_at(int descriptor, std::int64_t place, std::span<const std::uint8_t> from) {
+    while (!from.empty()) {
+        const ssize_t n = pwrite(descriptor, from.data(), from.size(), place);
+        if (n > 0) {
+            place += n;
+            from = from.subspan(static_cast<std::size_t>(n));
+        } else if (n == 0) {
+            errno = ENOSPC;
+            return false;
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::int64_t regular_size(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return -1;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = EINVAL;
+        return -1;
+    }
+    return status.st_size;
+}
+
+std::uint32_t get_unsigned(const std::uint8_t *from) {
+    return std::uint32_t{from[0]} << 24U | std::uint32_t{from[1]} << 16U |
+           std::uint32_t{from[2]} << 8U | from[3];
+}
+
+std::int32_t get_signed(const std::uint8_t *from) {
+    return static_cast<std::int32_t>(get_unsigned(from));
+}
+
+void put_unsigned(std::uint8_t *to, std::uint32_t value) {
+    to[0] = static_cast<std::uint8_t>(value >> 24U);
+    to[1] = static_cast<std::uint8_t>(value >> 16U & 0xFFU);
+    to[2] = static_cast<std::uint8_t>(value >> 8U & 0xFFU);
+    to[3] = static_cast<std::uint8_t>(value & 0xFFU);
+}
+
+void put_signed(std::uint8_t *to, std::int32_t value) {
+    put_unsigned(to, static_cast<std::uint32_t>(value));
+}
+
+} // namespace movie

@@ -1,0 +1,33 @@
+// Whole reads and writes at stated places of an open file, and integers as movie files have them:
+// 32-bit, most significant byte first. For the modules of this folder.
+//
+//   std::array<std::uint8_t, 4> word{};
+//   if (movie::read_at(descriptor, 28, word))
+//       offset = movie::get_signed(word.data());
+//
+// Places are bytes from the file's start. A descriptor stays the caller's, and its own position is
+// neither used nor moved. Calls that a signal interrupts are taken up again.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace movie {
+
+// Fills `to` from the place on, or returns false (some of it may be filled then): the file fails or
+// ends before, or the place is negative.
+[[nodiscard]] bool read_at(int descriptor, std::int64_t place, std::span<std::uint8_t> to);
+
+// Writes all of `from` at the place, or returns false with errno set; part may be written then.
+[[nodiscard]] bool write_at(int descriptor, std::int64_t place, std::span<const std::uint8_t> from);
+
+// The file's size in bytes; -1 when it is no regular file (then errno is set).
+[[nodiscard]] std::int64_t regular_size(int descriptor);
+
+// Each takes the address of 4 bytes, aligned or not.
+[[nodiscard]] std::uint32_t get_unsigned(const std::uint8_t *from);
+[[nodiscard]] std::int32_t get_signed(const std::uint8_t *from);
+void put_unsigned(std::uint8_t *to, std::uint32_t value);
+void put_signed(std::uint8_t *to, std::int32_t value);
+
+} // namespace movie
