@@ -19,7 +19,12 @@ endif()
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror)
 
 # Hardened by default; the sanitizers bring their own checks and dislike _FORTIFY_SOURCE.
-add_compile_options(-fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
+add_compile_options(-fstack-protector-strong -fstack-clash-protection)
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection=full HAS_CF_PROTECTION) # x86 only
+if(HAS_CF_PROTECTION)
+  add_compile_options(-fcf-protection=full)
+endif()
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 add_link_options(-Wl,-z,relro -Wl,-z,now)
 include(CheckPIESupported)

@@ -15,7 +15,7 @@ packages_for_virtual_display=(xvfb xauth xdotool imagemagick)
 # To check.
 packages_to_check=(
     "${packages_to_play[@]}" "${packages_for_virtual_display[@]}"
-    clang clang-format clang-tidy ccache lld
+    clang libclang-rt-14-dev clang-format clang-tidy ccache
     libgtest-dev libxcb-xtest0-dev openbox x11-xkb-utils x11-utils
 )
 
