@@ -212,6 +212,7 @@ frame_block::attempt frame_block::make_keyed() {
         return errno == ENOMEM ? attempt::no_memory : attempt::refused;
     }
     void *memory = shmat(id, nullptr, 0);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how shmat says no
     if (memory == reinterpret_cast<void *>(-1)) {
         shmctl(id, IPC_RMID, nullptr);
         return attempt::no_memory;
