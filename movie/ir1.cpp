@@ -47,6 +47,7 @@ ir1_table IR1_init_tables() {
                 }
             }
         }
+        table->computed = true;
         return table;
     } catch (const std::bad_alloc &) {
         return nullptr;

@@ -42,7 +42,11 @@ inline constexpr std::size_t ir1_colour_count = 32768;
 
 // One pixel word for each 15-bit colour: each channel's 5 bits in the top of its byte, all other
 // bits 0.
-using ir1_colours = std::array<std::uint32_t, ir1_colour_count>;
+struct ir1_colours : std::array<std::uint32_t, ir1_colour_count> {
+    // Set in the tables of IR1_init_tables: the words are what arithmetic gives, too, so that it
+    // may take the place of looking them up. Whoever puts other words in clears it.
+    bool computed = false;
+};
 
 // A movie and everyone who decodes from it share one table; it lives as long as anyone holds it.
 using ir1_table = std::shared_ptr<const ir1_colours>;

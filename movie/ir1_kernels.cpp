@@ -1,5 +1,7 @@
 #include "movie/ir1_kernels.h"
 
+#include "movie/ir1_x86.h"
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -19,8 +21,8 @@ struct rung {
 constexpr std::array<rung, 4> ladder{{
     {"scalar", nullptr},
     {"sse4", nullptr},
-    {"avx2", nullptr},
-    {"avx512", nullptr},
+    {"avx2", ir1_avx2_kernels},
+    {"avx512", ir1_avx512_kernels},
 }};
 
 // The number of rungs that a limit leaves; all of them when it names none.

@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -254,6 +257,67 @@ TEST(Ir1, AnyBytesDecodeAsTheModelSays) {
         const int result = movie::IR1_decompress(colour_table(), stream, decoded);
         EXPECT_EQ(decoded, expected);
         EXPECT_EQ(result == 0, std::ranges::count(expected, untouched) == 0);
+    }
+}
+
+// What the model is too slow for: whole rows of many batches, the last bytes of long streams, a
+// table that arithmetic does not know, pictures that go past the caches.
+TEST(Ir1, EveryLevelEqualsThePlainKernels) {
+    movie::ir1_colours foreign = colour_table();
+    foreign.computed = false;
+    std::mt19937 words(99);
+    std::ranges::generate(foreign, std::ref(words));
+    const movie::ir1_kernels &plain = movie::ir1_scalar_kernels();
+    for (const char *level : {"sse4", "avx2", "avx512"}) {
+        const movie::ir1_kernels &fast = movie::ir1_best_kernels(level);
+        for (unsigned seed = 0; seed < 24; ++seed) {
+            std::mt19937 random(seed);
+            const bool large = seed == 0;
+            const int width = large ? 4096 : static_cast<int>(random() % 5000);
+            const int height = large ? 1028 : static_cast<int>(random() % 40);
+            const kind what = all_kinds[seed % all_kinds.size()];
+            SCOPED_TRACE(testing::Message()
+                         << level << ", seed " << seed << ", picture " << static_cast<int>(what)
+                         << ", " << width << " x " << height);
+            const pixels image = make_picture(what, width, height, random);
+            bytes expected(movie::ir1_worst_case(width, height) - 4);
+            bytes packed(expected.size());
+            const std::size_t n = plain.encode_blocks(image, width, height, expected, 12);
+            ASSERT_EQ(fast.encode_blocks(image, width, height, packed, 12), n);
+            expected.resize(n);
+            packed.resize(n);
+            ASSERT_EQ(packed, expected);
+            for (const std::size_t cut :
+                 {std::size_t{0}, std::size_t{1}, std::size_t{random() % 40}}) {
+                packed.resize(n - std::min(n, cut));
+                packed.shrink_to_fit();
+                for (const auto *colours : {&colour_table(), &std::as_const(foreign)}) {
+                    pixels a(static_cast<std::size_t>((width - width % 4) * (height - height % 4)));
+                    pixels b(a);
+                    ASSERT_EQ(fast.decode_blocks(*colours, packed, a, width - width % 4,
+                                                 height - height % 4),
+                              plain.decode_blocks(*colours, packed, b, width - width % 4,
+                                                  height - height % 4));
+                    ASSERT_TRUE(a == b);
+                }
+            }
+        }
+    }
+}
+
+TEST(Ir1, TheForcedLevelIsTheActiveOne) {
+    const char *forced = std::getenv("PLAYER_CPU");
+    const std::string active = movie::ir1_active_kernels().name;
+    EXPECT_EQ(active, movie::ir1_best_kernels(forced).name);
+    if (forced != nullptr && std::string(forced) == "scalar") {
+        EXPECT_EQ(active, "scalar");
+    }
+    if (forced != nullptr && std::string(forced) == "avx2" && __builtin_cpu_supports("avx2")) {
+        EXPECT_EQ(active, "avx2");
+    }
+    if (forced != nullptr && std::string(forced) == "avx512" &&
+        __builtin_cpu_supports("avx512bw")) {
+        EXPECT_EQ(active, "avx512");
     }
 }
 
