@@ -34,6 +34,9 @@ if(PLAYER_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+  if(PLAYER_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link) # coverage, which guides the fuzzer
+  endif()
 elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   # Debian's compilers may predefine a lower level.
   add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
