@@ -1,5 +1,6 @@
 // The Player Tool.
 #include "platform/gl/screen.h"
+#include "platform/gl/windows.h"
 #include "player/interim_window.h"
 #include "player/play_file.h"
 #include "player/play_stats.h"
@@ -37,6 +38,7 @@ int main(int argc, char **argv) {
         attach_link_status(parent_link);
     state.session_start = std::time(nullptr);
     toolkit::system_init();
+    gl::winclass("playertool", "PlayerTool", {}, 0); // by which desktops know its windows
     init_play_stats();
     if (install_quit_signals() != 0)
         std::perror("Player: eventfd");
