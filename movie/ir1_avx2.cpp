@@ -25,24 +25,6 @@ IR1_AVX2_INLINE __m256i load(const void *from) {
 
 // ---- Decoding ----------------------------------------------------------------------------------
 
-// For each pixel of a block, top left first: the colour that is its group's low one, among a
-// block's colour words, by kind (flat, detailed); and its bit in the mask as it is loaded, the
-// stream's byte order left as it is. The high colour stands just before the low one.
-struct pixel_tables {
-    alignas(32) std::array<std::array<std::int32_t, 16>, 2> low{};
-    alignas(32) std::array<std::int32_t, 16> bit{};
-};
-constexpr pixel_tables pixels = [] {
-    pixel_tables t;
-    for (std::size_t p = 0; p < 16; ++p) {
-        const std::size_t quadrant = p / 8 * 2 + p % 4 / 2;
-        t.low[0][p] = 1;
-        t.low[1][p] = static_cast<std::int32_t>(2 * quadrant + 1);
-        t.bit[p] = 1 << (p < 8 ? p + 8 : p - 8);
-    }
-    return t;
-}();
-
 // Eight colour words to eight pixel words, as the table of IR1_init_tables has them.
 IR1_AVX2_INLINE __m256i expand(__m256i colour) {
     const __m256i red = _mm256_srli_epi32(_mm256_and_si256(colour, _mm256_set1_epi32(0x7C00)), 7);
@@ -92,9 +74,9 @@ IR1_AVX2 void write_blocks(const ir1_colours &colours, const std::uint8_t *block
         std::int32_t word = 0;
         std::memcpy(&word, block, sizeof word);
         const __m256i mask = _mm256_set1_epi32(word);
-        const std::int32_t *low = pixels.low[block[2] >> 7U].data();
-        const __m256i upper = pick(colour, mask, low, pixels.bit.data());
-        const __m256i lower = pick(colour, mask, low + 8, pixels.bit.data() + 8);
+        const std::int32_t *low = ir1_pixels.low[block[2] >> 7U].data();
+        const __m256i upper = pick(colour, mask, low, ir1_pixels.bit.data());
+        const __m256i lower = pick(colour, mask, low + 8, ir1_pixels.bit.data() + 8);
         const std::ptrdiff_t x = std::ptrdiff_t{ir1_block_size} * i;
         store<streaming>(first + x, _mm256_castsi256_si128(upper));
         store<streaming>(second + x, _mm256_extracti128_si256(upper, 1));

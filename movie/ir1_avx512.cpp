@@ -2,7 +2,6 @@
 
 #if defined(__x86_64__)
 
-#include <array>
 #include <cstring>
 #include <immintrin.h>
 
@@ -11,24 +10,6 @@ namespace movie {
 namespace {
 
 #define IR1_AVX512 __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,avx2,bmi2")))
-
-// For each pixel of a block, top left first: its group's low colour among a block's colour words,
-// by kind (flat, detailed); and its bit in the mask as it is loaded, the stream's byte order left
-// as it is. The high colour stands just before the low one.
-struct pixel_tables {
-    alignas(64) std::array<std::array<std::int32_t, 16>, 2> low{};
-    alignas(64) std::array<std::int32_t, 16> bit{};
-};
-constexpr pixel_tables pixels = [] {
-    pixel_tables t;
-    for (std::size_t p = 0; p < 16; ++p) {
-        const std::size_t quadrant = p / 8 * 2 + p % 4 / 2;
-        t.low[0][p] = 1;
-        t.low[1][p] = static_cast<std::int32_t>(2 * quadrant + 1);
-        t.bit[p] = 1 << (p < 8 ? p + 8 : p - 8);
-    }
-    return t;
-}();
 
 // A block's eight colours as pixel words, as the table of IR1_init_tables has them.
 IR1_AVX512 inline __m256i read_colours(const std::uint8_t *block) {
@@ -44,7 +25,7 @@ IR1_AVX512 inline __m256i read_colours(const std::uint8_t *block) {
 
 IR1_AVX512 void write_blocks(const ir1_colours & /*computed*/, const std::uint8_t *blocks,
                              const std::uint32_t *starts, int count, ir1_block_row row) {
-    const __m512i bits = _mm512_load_si512(pixels.bit.data());
+    const __m512i bits = _mm512_load_si512(ir1_pixels.bit.data());
     const __m512i one = _mm512_set1_epi32(1);
     std::uint32_t *first = row.top;
     std::uint32_t *second = first + row.down;
@@ -55,7 +36,7 @@ IR1_AVX512 void write_blocks(const ir1_colours & /*computed*/, const std::uint8_
         std::int32_t word = 0;
         std::memcpy(&word, block, sizeof word);
         const __mmask16 is_high = _mm512_test_epi32_mask(_mm512_set1_epi32(word), bits);
-        const __m512i low = _mm512_load_si512(pixels.low[block[2] >> 7U].data());
+        const __m512i low = _mm512_load_si512(ir1_pixels.low[block[2] >> 7U].data());
         const __m512i picked = _mm512_mask_sub_epi32(low, is_high, low, one);
         const __m512i block_pixels =
             _mm512_permutexvar_epi32(picked, _mm512_castsi256_si512(read_colours(block)));

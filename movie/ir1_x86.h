@@ -10,11 +10,31 @@
 
 #include "movie/ir1_kernels.h"
 
+#include <array>
+
 namespace movie {
 
 // The kernels of a level, or null when this processor (or this build) lacks what they need.
 [[nodiscard]] const ir1_kernels *ir1_avx2_kernels();
 [[nodiscard]] const ir1_kernels *ir1_avx512_kernels();
+
+// For each pixel of a block, top left first: its group's low colour among a block's colour words,
+// by kind (flat, detailed); and its bit in the mask as it is loaded, the stream's byte order left
+// as it is. The high colour stands just before the low one.
+struct ir1_pixel_tables {
+    alignas(64) std::array<std::array<std::int32_t, 16>, 2> low{};
+    alignas(64) std::array<std::int32_t, 16> bit{};
+};
+inline constexpr ir1_pixel_tables ir1_pixels = [] {
+    ir1_pixel_tables t;
+    for (std::size_t p = 0; p < 16; ++p) {
+        const std::size_t quadrant = p / 8 * 2 + p % 4 / 2;
+        t.low[0][p] = 1;
+        t.low[1][p] = static_cast<std::int32_t>(2 * quadrant + 1);
+        t.bit[p] = 1 << (p < 8 ? p + 8 : p - 8);
+    }
+    return t;
+}();
 
 // Where a kernel writes: the top row of a block's four, and the way down to the next.
 struct ir1_block_row {
