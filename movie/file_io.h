@@ -1,5 +1,5 @@
 // Whole reads and writes at stated places of an open file, and integers as movie files have them:
-// 32-bit, most significant byte first. For the modules of this folder.
+// 32-bit, most significant byte first. For this folder, and for tools that look into movie files.
 //
 //   std::array<std::uint8_t, 4> word{};
 //   if (movie::read_at(descriptor, 28, word))

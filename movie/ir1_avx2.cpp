@@ -318,12 +318,4 @@ const ir1_kernels *ir1_avx2_kernels() {
 
 } // namespace movie
 
-#else
-
-namespace movie {
-const ir1_kernels *ir1_avx2_kernels() {
-    return nullptr;
-}
-} // namespace movie
-
 #endif

@@ -79,12 +79,4 @@ const ir1_kernels *ir1_avx512_kernels() {
 
 } // namespace movie
 
-#else
-
-namespace movie {
-const ir1_kernels *ir1_avx512_kernels() {
-    return nullptr;
-}
-} // namespace movie
-
 #endif

@@ -108,4 +108,18 @@ bool ir1_bypasses_caches(std::span<const std::uint32_t> image) {
 
 } // namespace movie
 
+#else // other processors have none of these kernels
+
+namespace movie {
+
+const ir1_kernels *ir1_avx2_kernels() {
+    return nullptr;
+}
+
+const ir1_kernels *ir1_avx512_kernels() {
+    return nullptr;
+}
+
+} // namespace movie
+
 #endif

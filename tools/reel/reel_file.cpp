@@ -1,5 +1,6 @@
 #include "tools/reel/reel_file.h"
 
+#include "movie/file_io.h"
 #include "tools/reel/report.h"
 
 #include <algorithm>
@@ -14,21 +15,6 @@ namespace reel {
 namespace {
 
 constexpr std::int64_t table_entry_bytes = 4;
-
-// Returns the number of bytes read, fewer than asked for only at the end of the file or when it
-// cannot be read.
-std::size_t read_at(const movie::vf_movie &film, std::int64_t place, std::uint8_t *to,
-                    std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n = ::pread(::fileno(film.stream.get()), to + done, size - done,
-                                  place + static_cast<std::int64_t>(done));
-        if (n <= 0 && !(n < 0 && errno == EINTR))
-            break;
-        done += n > 0 ? static_cast<std::size_t>(n) : 0;
-    }
-    return done;
-}
 
 std::int64_t table_end(const movie::vf_movie &film) {
     return movie::vf_header_bytes +
@@ -51,11 +37,9 @@ frame_entry examine_chunk(const movie::vf_movie &film, std::int64_t offset,
     }
     entry.state = frame_state::chunk_cut_off;
     std::array<std::uint8_t, 4> size{};
-    if (read_at(film, offset + movie::vf_chunk_size_offset, size.data(), size.size()) < size.size())
+    if (!movie::read_at(::fileno(film.stream.get()), offset + movie::vf_chunk_size_offset, size))
         return entry;
-    entry.size =
-        static_cast<std::int32_t>(std::uint32_t{size[0]} << 24 | std::uint32_t{size[1]} << 16 |
-                                  std::uint32_t{size[2]} << 8 | size[3]);
+    entry.size = movie::get_signed(size.data());
     if (entry.size == 0)
         entry.state = frame_state::repeat;
     else if (entry.size > 0 && entry.size <= file_bytes - offset - movie::vf_chunk_bytes)
@@ -123,7 +107,8 @@ frame_fault decode_frame(const reel_file &file, int index, frame_buffer &buffer)
     const frame_entry &frame = file.frames[static_cast<std::size_t>(index)];
     const auto wanted = std::min(static_cast<std::size_t>(frame.size), vf_max_data_bytes(film));
     buffer.packed.resize(wanted);
-    if (read_at(film, frame.offset + movie::vf_chunk_bytes, buffer.packed.data(), wanted) < wanted)
+    if (!movie::read_at(::fileno(film.stream.get()), frame.offset + movie::vf_chunk_bytes,
+                        buffer.packed))
         return frame_fault::unreadable;
     if (!may_fill_picture(film, buffer.packed))
         return frame_fault::bad_data;
