@@ -7,16 +7,21 @@ packages_to_play=(
     libxcb1-dev libxcb-shm0-dev libxcb-xkb-dev libxcb-icccm4-dev
     libxkbcommon-dev libxkbcommon-x11-dev
     libopenimageio-dev libcli11-dev
+    libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
 )
 
 # To play where there is no display.
 packages_for_virtual_display=(xvfb xauth xdotool imagemagick)
+
+# To measure.
+packages_to_bench=("${packages_to_play[@]}" libbenchmark-dev)
 
 # To check.
 packages_to_check=(
     "${packages_to_play[@]}" "${packages_for_virtual_display[@]}"
     clang libclang-rt-14-dev clang-format clang-tidy ccache
     libgtest-dev libxcb-xtest0-dev openbox x11-xkb-utils x11-utils
+    parallel ffmpeg mandoc bash-completion
 )
 
 # install_packages PACKAGE...: installs those that are missing; says so; asks nothing.

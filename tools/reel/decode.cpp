@@ -77,12 +77,13 @@ struct output_names {
     std::string single;
 };
 
-// Works out names and range. Returns 0, or an exit status after a report.
+// Works out names and frames. Returns 0, or an exit status after a report.
 int plan_output(const decode_options &options, const reel_file &movie, output_names *names,
-                frame_range *range) {
+                frame_selection *chosen) {
     const pattern_kind kind = parse_pattern(options.output, &names->pattern);
     const auto count = static_cast<std::int64_t>(movie.frames.size());
-    *range = options.frames.value_or(frame_range{0, count - 1});
+    *chosen = options.frames.value_or(frame_selection{{0, count - 1}, 1});
+    const frame_range &range = chosen->range;
     names->numbered = kind == pattern_kind::pattern;
     names->single = options.output;
     if (kind == pattern_kind::unclear) {
@@ -93,12 +94,12 @@ int plan_output(const decode_options &options, const reel_file &movie, output_na
         report("%s: there are no frames in it", options.file.c_str());
         return exit_failed;
     }
-    if (range->first < 0 || range->last >= count) {
+    if (range.first < 0 || range.last >= count) {
         report("%s: there are frames 0-%lld only", options.file.c_str(),
                static_cast<long long>(count - 1));
         return exit_failed;
     }
-    if (!names->numbered && range->last > range->first) {
+    if (!names->numbered && count_selected(*chosen) > 1) {
         report("%s: several frames need a place for their number, such as name.####.png",
                options.output.c_str());
         return exit_misused;
@@ -106,9 +107,10 @@ int plan_output(const decode_options &options, const reel_file &movie, output_na
     return exit_good;
 }
 
-int decode_frames(image_writer &writer, const output_names &names, const frame_range &range) {
-    progress meter = start_progress("decoding", range.last - range.first + 1);
-    for (std::int64_t number = range.first; number <= range.last; ++number) {
+int decode_frames(image_writer &writer, const output_names &names, const frame_selection &chosen) {
+    progress meter = start_progress("decoding", count_selected(chosen));
+    for (std::int64_t number = chosen.range.first; number <= chosen.range.last;
+         number += chosen.step) {
         if (show_frame(writer, static_cast<int>(number), meter) == 0 &&
             write_image(writer,
                         names.numbered ? format_frame_path(names.pattern, number) : names.single,
@@ -130,10 +132,10 @@ int decode_frames(image_writer &writer, const output_names &names, const frame_r
 int run_decode(const decode_options &options) {
     reel_file movie;
     output_names names;
-    frame_range range;
+    frame_selection chosen;
     if (open_reel(options.file, movie) != 0)
         return exit_failed;
-    if (const int status = plan_output(options, movie, &names, &range); status != exit_good)
+    if (const int status = plan_output(options, movie, &names, &chosen); status != exit_good)
         return status;
     if (coded_side(movie.film->width) == 0 || coded_side(movie.film->height) == 0) {
         report("%s: its pictures have no pixels", options.file.c_str());
@@ -150,7 +152,7 @@ int run_decode(const decode_options &options) {
         report("%s: %s", options.output.c_str(), fault.c_str());
         return exit_failed;
     }
-    return decode_frames(writer, names, range) == 0 ? exit_good : exit_failed;
+    return decode_frames(writer, names, chosen) == 0 ? exit_good : exit_failed;
 }
 
 } // namespace reel

@@ -10,8 +10,8 @@ namespace reel {
 
 struct decode_options {
     std::string file;
-    std::string output;                // a pattern; for a single frame any image name
-    std::optional<frame_range> frames; // from 0; all when not given
+    std::string output;                    // a pattern; for a single frame any image name
+    std::optional<frame_selection> frames; // from 0; all when not given
 };
 
 // Writes each frame in the format that the pattern's extension tells, under its number. Files that

@@ -16,11 +16,11 @@ inline constexpr int min_threshold = -1;     // every block detailed
 inline constexpr int max_threshold = 255;    // every block flat
 
 struct encode_options {
-    std::vector<std::string> inputs;   // files, folders, patterns
-    std::string output;                // the movie
-    int rate = default_rate;           // 1 .. max_rate
-    int threshold = default_threshold; // min_threshold .. max_threshold
-    std::optional<frame_range> frames; // all when not given
+    std::vector<std::string> inputs;       // files, folders, patterns
+    std::string output;                    // the movie
+    int rate = default_rate;               // 1 .. max_rate
+    int threshold = default_threshold;     // min_threshold .. max_threshold
+    std::optional<frame_selection> frames; // all when not given
 };
 
 // Returns the program's exit status. What went wrong is reported on standard error and leaves

@@ -101,31 +101,46 @@ sequence find_sequence(const std::string &folder, const std::string &name, const
 
 // ---- checks
 
-// Keeps what the range asks for; everything between the ends must be there once.
-int check_sequence(sequence &checked, const frame_range *range, std::string *fault) {
+// More than a message shows.
+constexpr std::size_t most_missing = 100;
+
+// Adds every step-th number from first to last.
+void add_missing(std::vector<frame_range> &missing, std::int64_t first, std::int64_t last,
+                 std::int64_t step) {
+    if (step == 1 && first <= last) {
+        missing.push_back({first, last});
+        return;
+    }
+    for (; first <= last && missing.size() < most_missing; first += step)
+        missing.push_back({first, first});
+}
+
+// Keeps what is asked for; all of it must be there once.
+int check_sequence(sequence &checked, const frame_selection *chosen, std::string *fault) {
     std::vector<frame_file> &files = checked.files;
     const std::string name = format_pattern(checked.pattern);
-    if (range != nullptr)
-        std::erase_if(files, [&](const frame_file &file) {
-            return file.number < range->first || file.number > range->last;
-        });
+    if (chosen != nullptr)
+        std::erase_if(files,
+                      [&](const frame_file &file) { return !is_selected(*chosen, file.number); });
     if (files.empty()) {
-        *fault = name + ": " + (range == nullptr ? "no such files" : "no such frames");
+        *fault = name + ": " + (chosen == nullptr ? "no such files" : "no such frames");
         return -1;
     }
+    const std::int64_t step = chosen != nullptr ? chosen->step : 1;
+    const std::int64_t last = chosen != nullptr
+                                  ? chosen->range.first + (count_selected(*chosen) - 1) * step
+                                  : files.back().number;
     std::vector<frame_range> missing;
-    std::int64_t expected = range != nullptr ? range->first : files.front().number;
+    std::int64_t expected = chosen != nullptr ? chosen->range.first : files.front().number;
     for (const frame_file &file : files) {
         if (file.number < expected) {
             *fault = file.path + ": frame " + std::to_string(file.number) + " is there twice";
             return -1;
         }
-        if (file.number > expected)
-            missing.push_back({expected, file.number - 1});
-        expected = file.number + 1;
+        add_missing(missing, expected, file.number - step, step);
+        expected = file.number + step;
     }
-    if (range != nullptr && expected <= range->last)
-        missing.push_back({expected, range->last});
+    add_missing(missing, expected, last, step);
     if (missing.empty())
         return 0;
     *fault = name + ": " + format_ranges(missing) +
@@ -134,19 +149,19 @@ int check_sequence(sequence &checked, const frame_range *range, std::string *fau
     return -1;
 }
 
-// Keeps what the range asks for of files that are numbered by position.
-int select_positions(frame_list &list, const frame_range *range, std::string *fault) {
+// Keeps what is asked for of files that are numbered by position.
+int select_positions(frame_list &list, const frame_selection *chosen, std::string *fault) {
     for (std::size_t i = 0; i < list.files.size(); ++i)
         list.files[i].number = static_cast<std::int64_t>(i);
-    if (range == nullptr)
+    if (chosen == nullptr)
         return 0;
     const auto count = static_cast<std::int64_t>(list.files.size());
-    if (range->first < 0 || range->last >= count) {
+    if (chosen->range.first < 0 || chosen->range.last >= count) {
         *fault = list.description + ": there are frames 0-" + std::to_string(count - 1) + " only";
         return -1;
     }
-    list.files.erase(list.files.begin() + range->last + 1, list.files.end());
-    list.files.erase(list.files.begin(), list.files.begin() + range->first);
+    std::erase_if(list.files,
+                  [&](const frame_file &file) { return !is_selected(*chosen, file.number); });
     return 0;
 }
 
@@ -207,10 +222,11 @@ void append_files(frame_list &list, std::vector<frame_file> files) {
                       std::make_move_iterator(files.end()));
 }
 
-// ---- inputs of each kind; `range` is null when the input is one of several
+// ---- inputs of each kind; `chosen` is null when the input is one of several
 
-int add_sequence(sequence found, const frame_range *range, frame_list &list, std::string *fault) {
-    if (check_sequence(found, range, fault) != 0)
+int add_sequence(sequence found, const frame_selection *chosen, frame_list &list,
+                 std::string *fault) {
+    if (check_sequence(found, chosen, fault) != 0)
         return -1;
     list.description = format_pattern(found.pattern);
     list.numbered = true;
@@ -219,7 +235,7 @@ int add_sequence(sequence found, const frame_range *range, frame_list &list, std
 }
 
 int add_folder(const std::string &input, const std::vector<std::string> &extensions,
-               const frame_range *range, frame_list &list, std::string *fault) {
+               const frame_selection *chosen, frame_list &list, std::string *fault) {
     const std::string folder = input.ends_with('/') ? input : input + "/";
     name_list names;
     if (list_folder(folder, &names, fault) != 0)
@@ -237,7 +253,7 @@ int add_folder(const std::string &input, const std::vector<std::string> &extensi
             " left out");
     std::vector<sequence> groups = group_names(folder, names);
     if (groups.size() == 1 && names.size() > 1)
-        return add_sequence(std::move(groups[0]), range, list, fault);
+        return add_sequence(std::move(groups[0]), chosen, list, fault);
     if (groups.size() < names.size()) {
         *fault = folder + ": which of these is the movie?";
         for (std::size_t i = 0; i < std::min(groups.size(), max_sequences_named); ++i)
@@ -253,7 +269,7 @@ int add_folder(const std::string &input, const std::vector<std::string> &extensi
 }
 
 // A file that is the only input.
-int add_lone_file(const std::string &input, const frame_range *range, frame_list &list,
+int add_lone_file(const std::string &input, const frame_selection *chosen, frame_list &list,
                   std::string *fault) {
     const std::size_t slash = input.rfind('/');
     const std::string folder = slash == std::string::npos ? "" : input.substr(0, slash + 1);
@@ -263,13 +279,13 @@ int add_lone_file(const std::string &input, const frame_range *range, frame_list
         return -1;
     sequence found = find_sequence(folder, name, names, map_runs(names));
     if (found.files.size() > 1)
-        return add_sequence(std::move(found), range, list, fault);
+        return add_sequence(std::move(found), chosen, list, fault);
     list.description = input;
     list.files.push_back({input, 0});
     return 0;
 }
 
-int add_pattern(const std::string &input, const frame_range *range, frame_list &list,
+int add_pattern(const std::string &input, const frame_selection *chosen, frame_list &list,
                 std::string *fault) {
     frame_pattern pattern;
     switch (parse_pattern(input, &pattern)) {
@@ -285,7 +301,7 @@ int add_pattern(const std::string &input, const frame_range *range, frame_list &
     name_list names;
     if (list_folder(pattern.folder, &names, fault) != 0)
         return -1;
-    return add_sequence(collect_sequence(pattern, names), range, list, fault);
+    return add_sequence(collect_sequence(pattern, names), chosen, list, fault);
 }
 
 // ---- lists of files
@@ -330,12 +346,13 @@ void note_oddities(frame_list &list) {
         list.notes.push_back(list.description + ": " + format_ranges(absent) + " not in the list");
 }
 
-int finish_list(frame_list &list, bool plain_files, const frame_range *range, std::string *fault) {
+int finish_list(frame_list &list, bool plain_files, const frame_selection *chosen,
+                std::string *fault) {
     list.numbered = plain_files && number_by_names(list.files, &list.description);
     if (list.numbered) {
-        if (range != nullptr)
+        if (chosen != nullptr)
             std::erase_if(list.files, [&](const frame_file &file) {
-                return file.number < range->first || file.number > range->last;
+                return !is_selected(*chosen, file.number);
             });
         if (list.files.empty()) {
             *fault = list.description + ": no such frames in the list";
@@ -345,19 +362,19 @@ int finish_list(frame_list &list, bool plain_files, const frame_range *range, st
         return 0;
     }
     list.description = std::to_string(list.files.size()) + " files";
-    return select_positions(list, range, fault);
+    return select_positions(list, chosen, fault);
 }
 
 } // namespace
 
 int find_frames(const std::vector<std::string> &inputs, const std::vector<std::string> &extensions,
-                const frame_range *range, frame_list &list, std::string *fault) {
+                const frame_selection *chosen, frame_list &list, std::string *fault) {
     const bool lone = inputs.size() == 1;
     bool plain_files = true;
     for (const std::string &input : inputs) {
         struct stat status {};
         const bool exists = ::stat(input.c_str(), &status) == 0;
-        const frame_range *own_range = lone ? range : nullptr;
+        const frame_selection *own = lone ? chosen : nullptr;
         const bool plain = exists && !S_ISDIR(status.st_mode);
         if (plain && !S_ISREG(status.st_mode)) { // reading a pipe might wait for ever
             *fault = input + ": it is not a regular file";
@@ -365,11 +382,11 @@ int find_frames(const std::vector<std::string> &inputs, const std::vector<std::s
         }
         int result = 0;
         if (!exists)
-            result = add_pattern(input, own_range, list, fault);
+            result = add_pattern(input, own, list, fault);
         else if (!plain)
-            result = add_folder(input, extensions, own_range, list, fault);
+            result = add_folder(input, extensions, own, list, fault);
         else if (lone)
-            result = add_lone_file(input, own_range, list, fault);
+            result = add_lone_file(input, own, list, fault);
         else
             list.files.push_back({input, 0});
         if (result != 0)
@@ -377,9 +394,9 @@ int find_frames(const std::vector<std::string> &inputs, const std::vector<std::s
         plain_files = plain_files && plain;
     }
     if (!lone)
-        return finish_list(list, plain_files, range, fault);
+        return finish_list(list, plain_files, chosen, fault);
     // What is not one sequence is numbered by position.
-    return list.numbered ? 0 : select_positions(list, range, fault);
+    return list.numbered ? 0 : select_positions(list, chosen, fault);
 }
 
 } // namespace reel

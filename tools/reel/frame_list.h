@@ -32,12 +32,12 @@ struct frame_list {
 // numbered sequence that it belongs to; a folder for the one sequence that it holds, or else for
 // its unnumbered images in order of name.
 //   extensions  of image files, in lower case without dot: what counts in a folder
-//   range       frames wanted, or null for all; each of them must be there
+//   chosen      frames wanted, or null for all; each of them must be there
 // Returns 0, or -1 with the reason in *fault: no such file, nothing matches, several sequences in
-// a folder, gaps or doubles in a sequence, frames of the range missing. A list of files is taken
+// a folder, gaps or doubles in a sequence, frames that are wanted missing. A list of files is taken
 // as given, for it may leave out frames on purpose: its gaps are noted only.
 [[nodiscard]] int find_frames(const std::vector<std::string> &inputs,
-                              const std::vector<std::string> &extensions, const frame_range *range,
-                              frame_list &list, std::string *fault);
+                              const std::vector<std::string> &extensions,
+                              const frame_selection *chosen, frame_list &list, std::string *fault);
 
 } // namespace reel

@@ -83,22 +83,41 @@ std::vector<placeholder> find_placeholders(std::string_view name, char mark) {
 
 } // namespace
 
-int parse_frame_range(std::string_view text, frame_range *range) {
-    frame_range read;
-    if (take_number(text, &read.first) != 0)
+namespace {
+
+// Takes `mark` and a number off the front of a text that is not empty.
+int take_marked_number(std::string_view &text, char mark, std::int64_t *number) {
+    if (text.front() != mark)
         return -1;
-    read.last = read.first;
-    if (!text.empty()) {
-        if (text.front() != '-')
-            return -1;
-        text.remove_prefix(1);
-        if (take_number(text, &read.last) != 0 || !text.empty())
-            return -1;
-    }
-    if (read.last < read.first)
+    text.remove_prefix(1);
+    return take_number(text, number);
+}
+
+} // namespace
+
+int parse_frame_selection(std::string_view text, frame_selection *chosen) {
+    frame_selection read;
+    frame_range &range = read.range;
+    if (take_number(text, &range.first) != 0)
         return -1;
-    *range = read;
+    range.last = range.first;
+    if (!text.empty() && take_marked_number(text, '-', &range.last) != 0)
+        return -1;
+    if (!text.empty() && take_marked_number(text, 'x', &read.step) != 0)
+        return -1;
+    if (!text.empty() || range.last < range.first || read.step < 1)
+        return -1;
+    *chosen = read;
     return 0;
+}
+
+std::int64_t count_selected(const frame_selection &chosen) {
+    return (chosen.range.last - chosen.range.first) / chosen.step + 1;
+}
+
+bool is_selected(const frame_selection &chosen, std::int64_t number) {
+    return number >= chosen.range.first && number <= chosen.range.last &&
+           (number - chosen.range.first) % chosen.step == 0;
 }
 
 std::string format_ranges(std::span<const frame_range> ranges) {

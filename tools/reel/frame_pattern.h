@@ -1,7 +1,7 @@
 // Frame numbers: ranges of them, and what they look like in file names.
 //
-//   frame_range range;
-//   parse_frame_range("10-20", &range);                        // 0: range is 10 .. 20
+//   frame_selection chosen;
+//   parse_frame_selection("10-20x2", &chosen);                 // 0: 10, 12 ... 20
 //   frame_pattern pattern;
 //   parse_pattern("shots/a.####.png", &pattern);               // pattern_kind::pattern
 //   format_frame_path(pattern, 7);                             // "shots/a.0007.png"
@@ -29,9 +29,21 @@ struct frame_range {
     std::int64_t last = 0;
 };
 
-// Reads "A-B" or "A"; numbers may be negative ("-5--1"). Returns 0, or -1 when the text is
-// anything else or B comes before A.
-[[nodiscard]] int parse_frame_range(std::string_view text, frame_range *range);
+// Frames that a user asks for: every step-th of a range, from its first on.
+struct frame_selection {
+    frame_range range;
+    std::int64_t step = 1; // 1 or more
+};
+
+// Reads "A-B", "A-BxS" or "A"; numbers may be negative ("-5--1"). Returns 0, or -1 when the text
+// is anything else, B comes before A or S is below 1.
+[[nodiscard]] int parse_frame_selection(std::string_view text, frame_selection *chosen);
+
+// How many frames there are in a selection.
+[[nodiscard]] std::int64_t count_selected(const frame_selection &chosen);
+
+// Whether a number is one of a selection.
+[[nodiscard]] bool is_selected(const frame_selection &chosen, std::int64_t number);
 
 // "frame 9", "frames 5-7, 9"; after the eighth run "...".
 [[nodiscard]] std::string format_ranges(std::span<const frame_range> ranges);

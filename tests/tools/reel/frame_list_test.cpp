@@ -7,22 +7,36 @@ namespace reel {
 
 namespace {
 
-TEST(frame_range, text) {
+TEST(frame_selection, text) {
     const struct {
         const char *text;
         int result;
-        std::int64_t first, last;
+        std::int64_t first, last, count;
     } cases[] = {
-        {"1-10", 0, 1, 10}, {"7", 0, 7, 7},     {"-5--1", 0, -5, -1},
-        {"-5-3", 0, -5, 3}, {"5-3", -1, 0, 0},  {"", -1, 0, 0},
-        {"-", -1, 0, 0},    {"1-", -1, 0, 0},   {"a-b", -1, 0, 0},
-        {"1-2x", -1, 0, 0}, {" 1-2", -1, 0, 0}, {"1-99999999999999999999", -1, 0, 0},
+        {"1-10", 0, 1, 10, 10},
+        {"7", 0, 7, 7, 1},
+        {"-5--1", 0, -5, -1, 5},
+        {"-5-3", 0, -5, 3, 9},
+        {"1-10x2", 0, 1, 10, 5},
+        {"1-10x3", 0, 1, 10, 4},
+        {"5-3", -1, 0, 0, 1},
+        {"", -1, 0, 0, 1},
+        {"-", -1, 0, 0, 1},
+        {"1-", -1, 0, 0, 1},
+        {"a-b", -1, 0, 0, 1},
+        {"1-2x", -1, 0, 0, 1},
+        {"1-2x0", -1, 0, 0, 1},
+        {"1-2x-1", -1, 0, 0, 1},
+        {" 1-2", -1, 0, 0, 1},
+        {"1-2x1x1", -1, 0, 0, 1},
+        {"1-99999999999999999999", -1, 0, 0, 1},
     };
     for (const auto &each : cases) {
-        frame_range range;
-        EXPECT_EQ(parse_frame_range(each.text, &range), each.result) << each.text;
-        EXPECT_EQ(range.first, each.first) << each.text;
-        EXPECT_EQ(range.last, each.last) << each.text;
+        frame_selection chosen;
+        EXPECT_EQ(parse_frame_selection(each.text, &chosen), each.result) << each.text;
+        EXPECT_EQ(chosen.range.first, each.first) << each.text;
+        EXPECT_EQ(chosen.range.last, each.last) << each.text;
+        EXPECT_EQ(count_selected(chosen), each.count) << each.text;
     }
     std::vector<frame_range> ranges;
     add_to_ranges(ranges, 4);
@@ -110,12 +124,12 @@ TEST_P(find_frames_test, finds) {
     std::vector<std::string> inputs = each.inputs;
     for (std::string &input : inputs)
         input = input == "*" ? folder.path : folder / input;
-    frame_range range;
-    const bool limited = parse_frame_range(each.range, &range) == 0;
+    frame_selection chosen;
+    const bool limited = parse_frame_selection(each.range, &chosen) == 0;
     frame_list list;
     std::string fault;
     const int result =
-        find_frames(inputs, {"png", "exr"}, limited ? &range : nullptr, list, &fault);
+        find_frames(inputs, {"png", "exr"}, limited ? &chosen : nullptr, list, &fault);
     EXPECT_EQ(result, each.numbers.empty() ? -1 : 0) << fault;
     std::vector<std::int64_t> numbers;
     for (const frame_file &file : list.files) {
@@ -152,6 +166,8 @@ const find_case find_cases[] = {
     {{"a.1.png", "a.3.png", "a.6.png"}, {"a.#.png"}, "", {}, "frames 2, 4-5 are missing"},
     {{"a.1.png", "a.2.png"}, {"a.#.png"}, "0-3", {}, "frames 0, 3 are missing"},
     {{"a.1.png", "a.2.png"}, {"a.#.png"}, "8-9", {}, "no such frames"},
+    {{"a.1.png", "a.3.png", "a.4.png", "a.5.png"}, {"a.#.png"}, "1-6x2", {1, 3, 5}, ""},
+    {{"a.1.png", "a.2.png", "a.5.png"}, {"a.#.png"}, "1-8x2", {}, "frames 3, 7 are missing"},
     {{"a.1.png", "a.01.png"}, {"a.#.png"}, "", {}, "frame 1 is there twice"},
     {{"a.1.png"}, {"b.#.png"}, "", {}, "no such files"},
     {{"a.1.png"}, {"b.png"}, "", {}, "No such file"},

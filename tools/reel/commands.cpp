@@ -1,0 +1,32 @@
+#include "tools/reel/commands.h"
+
+#include <charconv>
+
+namespace reel {
+
+void add_frames_option(CLI::App &app, std::optional<frame_selection> &frames, const char *meaning) {
+    const auto read = [&frames](const std::string &text) {
+        frame_selection chosen;
+        if (parse_frame_selection(text, &chosen) != 0)
+            throw CLI::ValidationError("--frames", "\"" + text +
+                                                       "\" is not A-B, A-BxS or A, with A not "
+                                                       "above B and a step S of 1 or more");
+        frames = chosen;
+    };
+    app.add_option_function<std::string>("--frames", read, meaning)->type_name("A-B[xS]");
+}
+
+CLI::Validator whole_number(int lowest, int highest) {
+    const auto fault_of = [lowest, highest](const std::string &text) -> std::string {
+        int value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (error == std::errc() && end == text.data() + text.size() && value >= lowest &&
+            value <= highest)
+            return "";
+        return "\"" + text + "\" is not a whole number from " + std::to_string(lowest) + " to " +
+               std::to_string(highest);
+    };
+    return {fault_of, std::to_string(lowest) + " to " + std::to_string(highest)};
+}
+
+} // namespace reel
