@@ -1,7 +1,9 @@
 #include "movie/file_io.h"
 
+#include <array>
 #include <cerrno>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace movie {
@@ -19,6 +21,16 @@ bool read_at(int descriptor, std::int64_t place, std::span<std::uint8_t> to) {
         }
     }
     return true;
+}
+
+std::size_t read_up_to(int descriptor, std::int64_t place, std::span<std::uint8_t> head,
+                       std::span<std::uint8_t> data) {
+    const std::array<iovec, 2> parts{{{head.data(), head.size()}, {data.data(), data.size()}}};
+    ssize_t n = -1;
+    do {
+        n = preadv(descriptor, parts.data(), parts.size(), place);
+    } while (n < 0 && errno == EINTR);
+    return n > 0 ? static_cast<std::size_t>(n) : 0;
 }
 
 bool write_at(int descriptor, std::int64_t place, std::span<const std::uint8_t> from) {

@@ -18,6 +18,11 @@ namespace movie {
 // ends before, or the place is negative.
 [[nodiscard]] bool read_at(int descriptor, std::int64_t place, std::span<std::uint8_t> to);
 
+// Fills head and then data from the place on, as far as the file goes, in one system call unless a
+// signal interrupts it. Returns how many bytes were read; 0 also when the file fails.
+[[nodiscard]] std::size_t read_up_to(int descriptor, std::int64_t place,
+                                     std::span<std::uint8_t> head, std::span<std::uint8_t> data);
+
 // Writes all of `from` at the place, or returns false with errno set; part may be written then.
 [[nodiscard]] bool write_at(int descriptor, std::int64_t place, std::span<const std::uint8_t> from);
 

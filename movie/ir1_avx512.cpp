@@ -2,6 +2,8 @@
 
 #if defined(__x86_64__)
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <immintrin.h>
 
@@ -9,55 +11,141 @@ namespace movie {
 
 namespace {
 
-#define IR1_AVX512 __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,avx2,bmi2")))
+#define IR1_AVX512 __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl")))
+#define IR1_INLINE                                                                                 \
+    __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl"), always_inline)) inline
 
-// A block's eight colours as pixel words, as the table of IR1_init_tables has them.
-IR1_AVX512 inline __m256i read_colours(const std::uint8_t *block) {
-    const __m128i swap = _mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
-    const __m128i words = _mm_loadu_si128(reinterpret_cast<const __m128i *>(block + 2));
-    const __m256i colour = _mm256_cvtepu16_epi32(_mm_shuffle_epi8(words, swap));
-    const __m256i red = _mm256_srli_epi32(_mm256_and_si256(colour, _mm256_set1_epi32(0x7C00)), 7);
-    const __m256i green = _mm256_slli_epi32(_mm256_and_si256(colour, _mm256_set1_epi32(0x03E0)), 6);
-    const __m256i blue = _mm256_slli_epi32(_mm256_and_si256(colour, _mm256_set1_epi32(0x001F)), 19);
-    constexpr int any_of_three = 0xFE;
-    return _mm256_ternarylogic_epi32(red, green, blue, any_of_three);
+// Four blocks at a time, one in each 128-bit lane, so that a row's lines are stored whole. The
+// steps are those of the level below.
+constexpr int lanes = 4;
+using four_blocks = std::array<const std::uint8_t *, lanes>;
+
+IR1_INLINE __m512i every_lane(__m128i lane) {
+    return _mm512_broadcast_i32x4(lane);
 }
 
-IR1_AVX512 void write_blocks(const ir1_colours & /*computed*/, const std::uint8_t *blocks,
-                             const std::uint32_t *starts, int count, ir1_block_row row) {
-    const __m512i bits = _mm512_load_si512(ir1_pixels.bit.data());
-    const __m512i one = _mm512_set1_epi32(1);
-    std::uint32_t *first = row.top;
-    std::uint32_t *second = first + row.down;
-    std::uint32_t *third = second + row.down;
-    std::uint32_t *fourth = third + row.down;
-    for (int i = 0; i < count; ++i) {
-        const std::uint8_t *block = blocks + starts[i];
-        std::int32_t word = 0;
-        std::memcpy(&word, block, sizeof word);
-        const __mmask16 is_high = _mm512_test_epi32_mask(_mm512_set1_epi32(word), bits);
-        const __m512i low = _mm512_load_si512(ir1_pixels.low[block[2] >> 7U].data());
-        const __m512i picked = _mm512_mask_sub_epi32(low, is_high, low, one);
-        const __m512i block_pixels =
-            _mm512_permutexvar_epi32(picked, _mm512_castsi256_si512(read_colours(block)));
-        const std::ptrdiff_t x = std::ptrdiff_t{ir1_block_size} * i;
-        const auto at = [x](std::uint32_t *to) { return reinterpret_cast<__m128i *>(to + x); };
-        _mm_storeu_si128(at(first), _mm512_castsi512_si128(block_pixels));
-        _mm_storeu_si128(at(second), _mm512_extracti32x4_epi32(block_pixels, 1));
-        _mm_storeu_si128(at(third), _mm512_extracti32x4_epi32(block_pixels, 2));
-        _mm_storeu_si128(at(fourth), _mm512_extracti32x4_epi32(block_pixels, 3));
+// The first four bytes of each block, repeated in its lane.
+IR1_INLINE __m512i read_heads(const four_blocks &from) {
+    std::array<std::int32_t, lanes> head{};
+    for (std::size_t i = 0; i < head.size(); ++i) {
+        std::memcpy(&head[i], from[i], sizeof head[i]);
+    }
+    __m512i heads = _mm512_set1_epi32(head[0]);
+    heads = _mm512_mask_set1_epi32(heads, 0x00F0, head[1]);
+    heads = _mm512_mask_set1_epi32(heads, 0x0F00, head[2]);
+    return _mm512_mask_set1_epi32(heads, 0xF000, head[3]);
+}
+
+// The colour words behind the masks.
+IR1_INLINE __m512i read_colours(const four_blocks &from) {
+    const auto words = [&from](std::size_t i) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(from[i] + 2));
+    };
+    const __m256i left = _mm256_inserti128_si256(_mm256_castsi128_si256(words(0)), words(1), 1);
+    const __m256i right = _mm256_inserti128_si256(_mm256_castsi128_si256(words(2)), words(3), 1);
+    return _mm512_inserti64x4(_mm512_castsi256_si512(left), right, 1);
+}
+
+struct quadrant_colours {
+    __m512i top, bottom;
+};
+
+IR1_INLINE quadrant_colours expand_colours(__m512i words, __mmask16 detailed) {
+    const __m128i order = _mm_loadu_si128(reinterpret_cast<const __m128i *>(ir1_low_high.data()));
+    const __m128i pair = _mm_and_si128(order, _mm_set1_epi8(ir1_flat_pair));
+    const __m512i colour = _mm512_shuffle_epi8(
+        words, _mm512_mask_mov_epi32(every_lane(pair), detailed, every_lane(order)));
+    const __m512i low_byte = _mm512_set1_epi16(0xF8);
+    const __m512i high_byte = _mm512_slli_epi16(low_byte, 8);
+    const __m512i green = _mm512_and_si512(_mm512_slli_epi16(colour, 6), high_byte);
+    constexpr int and_or = 0xEA; // (a & b) | c
+    const __m512i red_green =
+        _mm512_ternarylogic_epi32(_mm512_srli_epi16(colour, 7), low_byte, green, and_or);
+    const __m512i blue = _mm512_and_si512(_mm512_slli_epi16(colour, 3), low_byte);
+    return {_mm512_unpacklo_epi16(red_green, blue), _mm512_unpackhi_epi16(red_green, blue)};
+}
+
+IR1_INLINE __m512i place_colours(__m512i heads) {
+    const __m512i column = _mm512_srlv_epi32(heads, every_lane(_mm_setr_epi32(0, 1, 2, 3)));
+    constexpr int right = 2 * ir1_loaded_left_column;
+    constexpr int and_or = 0xEA;
+    return _mm512_ternarylogic_epi32(column, _mm512_set1_epi32(ir1_loaded_left_column),
+                                     every_lane(_mm_setr_epi32(0, 0, right, right)), and_or);
+}
+
+IR1_INLINE __m512i pick(__m512i colours, __m512i places) {
+    return _mm512_castps_si512(_mm512_permutevar_ps(_mm512_castsi512_ps(colours), places));
+}
+
+struct block_rows {
+    __m512i row[ir1_block_size];
+};
+
+IR1_INLINE block_rows expand_four(const four_blocks &from) {
+    const __m512i heads = read_heads(from);
+    const __mmask16 detailed =
+        _mm512_test_epi32_mask(heads, _mm512_set1_epi32(1 << ir1_loaded_kind_bit));
+    const quadrant_colours colours = expand_colours(read_colours(from), detailed);
+    const __m512i places = place_colours(heads);
+    return {{pick(colours.top, _mm512_srli_epi32(places, 8)),
+             pick(colours.top, _mm512_srli_epi32(places, 12)), pick(colours.bottom, places),
+             pick(colours.bottom, _mm512_srli_epi32(places, 4))}};
+}
+
+// The first 1 to 4 blocks from `starts` on.
+IR1_AVX512 void write_some(const std::uint8_t *blocks, const std::uint32_t *starts, int count,
+                           ir1_block_row row) {
+    four_blocks from{};
+    for (int i = 0; i < lanes; ++i) {
+        from[static_cast<std::size_t>(i)] = blocks + starts[std::min(i, count - 1)];
+    }
+    const block_rows four = expand_four(from);
+    const auto pixels = static_cast<__mmask16>((1U << (ir1_block_size * count)) - 1);
+    std::uint32_t *to = row.top;
+    for (const __m512i &pixel_row : four.row) {
+        _mm512_mask_storeu_epi32(to, pixels, pixel_row);
+        to += row.down;
+    }
+}
+
+IR1_AVX512 void write_blocks(const std::uint8_t *blocks, const std::uint32_t *starts, int count,
+                             ir1_block_row row) {
+    constexpr std::uintptr_t alignment = sizeof(__m512i);
+    constexpr std::uintptr_t block_row_bytes = ir1_block_size * sizeof(std::uint32_t);
+    const std::uintptr_t past = reinterpret_cast<std::uintptr_t>(row.top) % alignment;
+    const auto to_line = static_cast<int>((alignment - past) % alignment / block_row_bytes);
+    int i = std::min(to_line, count);
+    if (i > 0) {
+        write_some(blocks, starts, i, row);
+    }
+    const std::array<std::uint32_t *, ir1_block_size> rows{
+        row.top, row.top + row.down, row.top + 2 * row.down, row.top + 3 * row.down};
+    for (; i + lanes <= count; i += lanes) {
+        const std::uint32_t *at = starts + i;
+        const block_rows four =
+            expand_four({blocks + at[0], blocks + at[1], blocks + at[2], blocks + at[3]});
+        for (std::size_t r = 0; r < rows.size(); ++r) {
+            std::uint32_t *to = rows[r] + std::ptrdiff_t{ir1_block_size} * i;
+            ir1_announce_stores(to);
+            _mm512_storeu_si512(to, four.row[r]);
+        }
+    }
+    if (i < count) {
+        write_some(blocks, starts + i, count - i,
+                   {row.top + std::ptrdiff_t{ir1_block_size} * i, row.down});
     }
 }
 
 #undef IR1_AVX512
+#undef IR1_INLINE
 
-// A foreign table, and pictures too large for the caches, are as well off with the level below.
+// Pictures that bypass the caches are as well off with the level below.
 std::int64_t decode_blocks(const ir1_colours &colours, std::span<const std::uint8_t> blocks,
                            std::span<std::uint32_t> image, int width, int height) {
-    if (!colours.computed || ir1_bypasses_caches(image)) {
+    if (ir1_better_bypasses_caches(image, width)) {
         return ir1_avx2_kernels()->decode_blocks(colours, blocks, image, width, height);
     }
-    return ir1_decode_by_starts(write_blocks, colours, blocks, image, width, height);
+    return ir1_decode_by_starts(write_blocks, {colours, blocks, image, width, height});
 }
 
 std::size_t encode_blocks(std::span<const std::uint32_t> image, int width, int height,

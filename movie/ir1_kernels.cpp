@@ -20,7 +20,7 @@ struct rung {
 };
 constexpr std::array<rung, 4> ladder{{
     {"scalar", nullptr},
-    {"sse4", nullptr},
+    {"sse4", ir1_sse4_kernels},
     {"avx2", ir1_avx2_kernels},
     {"avx512", ir1_avx512_kernels},
 }};

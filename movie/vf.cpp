@@ -1,6 +1,7 @@
 #include "movie/vf.h"
 
 #include "movie/file_io.h"
+#include "movie/vf_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,20 +14,6 @@
 namespace movie {
 
 namespace {
-
-constexpr std::int64_t entry_bytes = 4;
-
-int descriptor_of(const vf_movie &film) {
-    return fileno(film.stream.get());
-}
-
-std::int64_t size_of(const vf_movie &film) {
-    return regular_size(descriptor_of(film));
-}
-
-std::int64_t table_end(std::int64_t count) {
-    return vf_header_bytes + entry_bytes * count;
-}
 
 // ---- Opening -----------------------------------------------------------------------------------
 
@@ -72,15 +59,15 @@ bool check_header(const char *caller, const vf_movie &film) {
 // Reads the frame offset table; nothing is allocated for one that the file can not hold, or that
 // leaves no place for chunks.
 bool read_table(vf_movie &film) {
-    if (table_end(film.count) > std::min(size_of(film), vf_max_file_bytes)) {
+    if (vf_table_end(film.count) > std::min(vf_file_size(film), vf_max_file_bytes)) {
         return false;
     }
     film.offsets.resize(static_cast<std::size_t>(film.count));
     const auto bytes_of = [](std::int32_t *entry) {
         return reinterpret_cast<std::uint8_t *>(entry);
     };
-    if (!read_at(descriptor_of(film), vf_header_bytes,
-                 {bytes_of(film.offsets.data()), film.offsets.size() * entry_bytes})) {
+    if (!read_at(vf_descriptor(film), vf_header_bytes,
+                 {bytes_of(film.offsets.data()), film.offsets.size() * vf_entry_bytes})) {
         return false;
     }
     for (std::int32_t &entry : film.offsets) {
@@ -112,7 +99,7 @@ vf_owner open_movie(const char *name, const char *mode) {
         return nullptr;
     }
     std::array<std::uint8_t, vf_header_bytes> header{};
-    if (!read_at(descriptor_of(*film), 0, header)) {
+    if (!read_at(vf_descriptor(*film), 0, header)) {
         std::fprintf(stderr, "VFopen:  Unable to read header in \"%s\"\n", film->name.c_str());
         return nullptr;
     }
@@ -137,6 +124,7 @@ vf_owner open_movie(const char *name, const char *mode) {
         std::fputs("VFopen:  Unable to read frame offset table\n", stderr);
         return nullptr;
     }
+    posix_fadvise(vf_descriptor(*film), 0, 0, POSIX_FADV_SEQUENTIAL); // a hint: no harm if it fails
     return film;
 }
 
@@ -176,7 +164,7 @@ bool prepare_table(vf_movie &film) {
     if (!check_header("VFopenWrite", film)) {
         return false;
     }
-    if (table_end(film.count) > vf_max_file_bytes) {
+    if (vf_table_end(film.count) > vf_max_file_bytes) {
         std::fprintf(stderr, "VFopenWrite: \"%s\": too many frames: %" PRId32 "\n",
                      film.name.c_str(), film.count);
         return false;
@@ -209,27 +197,28 @@ std::array<std::uint8_t, vf_header_bytes> make_header(const vf_movie &film) {
 int create_movie(vf_movie &film, const char *name) {
     film.stream.reset();
     film.repeats_to = -1;
+    film.fetched = -1;
     film.reported.clear();
     film.name = name != nullptr ? name : "(temporary movie)";
     if (!prepare_table(film)) {
         return -1;
     }
-    std::vector<std::uint8_t> table(film.offsets.size() * entry_bytes);
+    std::vector<std::uint8_t> table(film.offsets.size() * vf_entry_bytes);
     for (std::size_t i = 0; i < film.offsets.size(); ++i) {
-        put_signed(&table[i * entry_bytes], film.offsets[i]);
+        put_signed(&table[i * vf_entry_bytes], film.offsets[i]);
     }
     film.stream.reset(name != nullptr ? std::fopen(name, "w+e") : std::tmpfile());
-    if (film.stream == nullptr || size_of(film) < 0) {
+    if (film.stream == nullptr || vf_file_size(film) < 0) {
         std::fprintf(stderr, "VFopenWrite:  Unable to open file \"%s\"\n", film.name.c_str());
         film.stream.reset();
         return -1;
     }
-    if (!write_at(descriptor_of(film), 0, make_header(film))) {
+    if (!write_at(vf_descriptor(film), 0, make_header(film))) {
         std::fprintf(stderr, "VFopenWrite:  Unable to write header in \"%s\"\n", film.name.c_str());
         film.stream.reset();
         return -1;
     }
-    if (!write_at(descriptor_of(film), vf_header_bytes, table)) {
+    if (!write_at(vf_descriptor(film), vf_header_bytes, table)) {
         std::fputs("VFopenWrite:  Unable to write frame offset table\n", stderr);
         film.stream.reset();
         return -1;
@@ -271,24 +260,18 @@ bool reserve(vf_chunk &chunk, std::size_t size) {
 // Reads the chunk at the place and moves the stream behind it. Returns 0, or the number of the item
 // that could not be read.
 int read_chunk(const vf_movie &film, std::int64_t place, vf_chunk &chunk) {
-    const int file = descriptor_of(film);
-    if (!read_at(file, place, chunk.header)) {
-        return 1;
+    const int file = vf_descriptor(film);
+    std::array<std::uint8_t, vf_chunk_bytes> head{};
+    const std::size_t there = read_up_to(file, place, head, {});
+    if (there < head.size()) {
+        return there < chunk.header.size() ? 1 : there < vf_chunk_size_offset ? 2 : 3;
     }
-    std::array<std::uint8_t, 4> word{};
-    place += static_cast<std::int64_t>(chunk.header.size());
-    if (!read_at(file, place, word)) {
-        return 2;
-    }
-    chunk.reserved = get_signed(word.data());
-    place += static_cast<std::int64_t>(word.size());
-    if (!read_at(file, place, word)) {
-        return 3;
-    }
-    const std::int32_t size = get_signed(word.data());
-    place += static_cast<std::int64_t>(word.size());
+    std::copy_n(head.begin(), chunk.header.size(), chunk.header.begin());
+    chunk.reserved = get_signed(&head[chunk.header.size()]);
+    const std::int32_t size = get_signed(&head[vf_chunk_size_offset]);
     const auto bytes = static_cast<std::size_t>(size);
-    if (size < 0 || size > size_of(film) - place || !reserve(chunk, bytes) ||
+    place += vf_chunk_bytes;
+    if (size < 0 || size > vf_file_size(film) - place || !reserve(chunk, bytes) ||
         !read_at(file, place, {chunk.buffer.get(), bytes}) ||
         fseeko(film.stream.get(), place + size, SEEK_SET) != 0) {
         return 4;
@@ -330,102 +313,6 @@ int VFdecompress(const vf_movie &film, const vf_chunk &chunk, std::span<std::uin
     return IR1_decompress(*current_table(), packed, image);
 }
 
-// ---- Frames ------------------------------------------------------------------------------------
-
-void VFreport(vf_movie &film, int index, const char *what, std::int64_t value) {
-    const auto frame = static_cast<std::size_t>(index);
-    if (index < 0 || frame >= film.offsets.size() ||
-        (frame < film.reported.size() && film.reported[frame])) {
-        return;
-    }
-    std::fprintf(stderr, "VF: \"%s\": frame %d: %s (%" PRId64 ")\n", film.name.c_str(), index, what,
-                 value);
-    try {
-        film.reported.resize(film.offsets.size());
-        film.reported[frame] = true;
-    } catch (const std::bad_alloc &) {
-        return; // it may be said again then
-    }
-}
-
-namespace {
-
-// The table entry of a frame; one that was 0 is looked up again in the file.
-std::int32_t look_up_entry(vf_movie &film, int index) {
-    std::int32_t &entry = film.offsets[static_cast<std::size_t>(index)];
-    std::array<std::uint8_t, entry_bytes> bytes{};
-    if (entry == 0 && read_at(descriptor_of(film), table_end(index), bytes)) {
-        entry = get_signed(bytes.data());
-    }
-    return entry;
-}
-
-// Finds the data of exactly this frame; `none` when its chunk has no data.
-vf_find find_own_data(vf_movie &film, int index, std::int64_t file_size, vf_frame *where) {
-    const std::int64_t entry = look_up_entry(film, index);
-    if (entry == 0) {
-        return vf_find::absent;
-    }
-    const auto first_chunk = table_end(static_cast<std::int64_t>(film.offsets.size()));
-    std::array<std::uint8_t, 4> word{};
-    if (entry < first_chunk || entry + vf_chunk_bytes > file_size ||
-        !read_at(descriptor_of(film), entry + vf_chunk_size_offset, word)) {
-        VFreport(film, index, "no chunk at its offset", entry);
-        return vf_find::damaged;
-    }
-    const std::int64_t size = get_signed(word.data());
-    if (size == 0) {
-        return vf_find::none;
-    }
-    const std::int64_t data = entry + vf_chunk_bytes;
-    if (size < 0 || size > file_size - data) {
-        VFreport(film, index, "its data size runs outside the file", size);
-        return vf_find::damaged;
-    }
-    const auto most = static_cast<std::int64_t>(vf_max_data_bytes(film));
-    *where = {index, data, std::min(size, most)};
-    return vf_find::found;
-}
-
-} // namespace
-
-vf_find VFfindframe(vf_movie &film, int index, vf_frame *where) {
-    if (film.stream == nullptr || index < 0 ||
-        static_cast<std::size_t>(index) >= film.offsets.size()) {
-        return vf_find::none;
-    }
-    const std::int64_t file_size = size_of(film);
-    for (int i = index; i >= 0; --i) {
-        // A long run of repeats is walked once: playing on, or back, meets what was found before.
-        const bool known = i >= film.repeated && i <= film.repeats_to;
-        i = known ? film.repeated : i;
-        const vf_find result = find_own_data(film, i, file_size, where);
-        if (result != vf_find::none || i == 0) {
-            film.repeats_to = known ? std::max(film.repeats_to, index) : index;
-            film.repeated = i;
-            return result;
-        }
-    }
-    return vf_find::none;
-}
-
-int VFreadframe(vf_movie &film, const vf_frame &where, std::span<std::uint8_t> buffer) {
-    if (where.size < 0 || static_cast<std::uint64_t>(where.size) > buffer.size()) {
-        VFreport(film, where.index, "its data does not fit the buffer", where.size);
-        return -1;
-    }
-    const auto size = static_cast<std::size_t>(where.size);
-    if (film.stream == nullptr || !read_at(descriptor_of(film), where.offset, buffer.first(size))) {
-        VFreport(film, where.index, "its data can not be read", where.offset);
-        return -1;
-    }
-    return 0;
-}
-
-std::size_t vf_max_data_bytes(const vf_movie &film) {
-    return ir1_worst_case(film.width, film.height);
-}
-
 // ---- Appending ---------------------------------------------------------------------------------
 
 namespace {
@@ -436,9 +323,9 @@ int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) 
         static_cast<std::size_t>(index) >= film.offsets.size()) {
         return EINVAL;
     }
-    const int file = descriptor_of(film);
-    const std::int64_t end = size_of(film);
-    if (end < table_end(static_cast<std::int64_t>(film.offsets.size()))) {
+    const int file = vf_descriptor(film);
+    const std::int64_t end = vf_file_size(film);
+    if (end < vf_table_end(std::ssize(film.offsets))) {
         return end < 0 ? errno : EIO; // someone cut the table off
     }
     if (end > vf_max_file_bytes - vf_chunk_bytes ||
@@ -453,9 +340,9 @@ int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) 
         [[maybe_unused]] const int cut = ftruncate(file, end);
         return reason;
     }
-    std::array<std::uint8_t, entry_bytes> entry{};
+    std::array<std::uint8_t, vf_entry_bytes> entry{};
     put_unsigned(entry.data(), static_cast<std::uint32_t>(end));
-    if (!write_at(file, table_end(index), entry)) {
+    if (!write_at(file, vf_table_end(index), entry)) {
         return errno;
     }
     film.offsets[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(end);

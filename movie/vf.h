@@ -4,8 +4,8 @@
 //   movie::vf_owner film = movie::VFopen("shot.reel", "r");       // null after a message
 //   movie::vf_frame where;
 //   std::vector<std::uint8_t> buffer(movie::vf_max_data_bytes(*film));
-//   if (movie::VFfindframe(*film, 7, &where) == movie::vf_find::found) // 7 or what it repeats
-//       movie::VFreadframe(*film, where, buffer);                      // its compressed data
+//   if (movie::VFfetchframe(*film, 7, -1, buffer, &where) == movie::vf_find::found)
+//       ...                        // buffer holds the data of frame 7, or of the one it repeats
 //   movie::VFclose(std::move(film));
 //
 // Writing:
@@ -65,8 +65,8 @@ struct vf_frame {
 };
 
 // An open movie. The header values stand as in the file; a writer fills them and the table (one
-// zero for each frame) before VFopenWrite. Afterwards the table changes by VFappend and
-// VFfindframe only.
+// zero for each frame) before VFopenWrite. Afterwards the table changes by VFappend,
+// VFfindframe and VFfetchframe only.
 struct vf_movie {
     vf_stream stream;        // null when none is open
     std::uint32_t magic = 0; // a writer sets vf_magic; not kept on reading
@@ -79,8 +79,10 @@ struct vf_movie {
     std::vector<std::int32_t> offsets; // count entries
     std::string name;                  // as given to VFopen or VFopenWrite, for messages
     std::vector<bool> reported;        // frames already reported as damaged; grows on demand
-    int repeated = 0;                  // what VFfindframe learnt last: this frame is repeated by
-    int repeats_to = -1;               // all up to this one; below repeated: nothing
+    int repeated = 0;                  // what was learnt last: this frame is repeated by all
+    int repeats_to = -1;               // up to this one; below repeated: nothing
+    int fetched = -1;                  // the frame that VFfetchframe read last, and
+    std::int64_t fetched_end = 0;      // the file offset behind its chunk
 };
 using vf_owner = std::unique_ptr<vf_movie>;
 
@@ -156,6 +158,18 @@ enum class vf_find {
 // (and reports, VFreport) when buffer is too small or the file ends or fails.
 [[nodiscard]] int VFreadframe(vf_movie &film, const vf_frame &where,
                               std::span<std::uint8_t> buffer);
+
+// Finds a frame as VFfindframe does and reads its data as VFreadframe does: for playing, in one
+// system call where the next chunk follows in the file, or the file ends. The kernel is told at
+// opening that it reads on; another order of frames is announced to it one frame ahead.
+//   have    a frame whose data the caller has already (where.index of an earlier call), or -1: when
+//           it is the one wanted, where.index says so and nothing is read
+//   buffer  vf_max_data_bytes always suffice; its first where.size bytes receive the data, what is
+//           behind them may be overwritten
+// Returns as VFfindframe; data that can not be read is damaged, too (where is then filled or not,
+// and the buffer holds anything).
+[[nodiscard]] vf_find VFfetchframe(vf_movie &film, int index, int have,
+                                   std::span<std::uint8_t> buffer, vf_frame *where);
 
 // Says once for each frame of an open movie, in one line on standard error, that the frame is
 // damaged: file, frame, what is wrong, value. Whoever decodes frames reports through it too. A

@@ -60,12 +60,11 @@ enum class finding { read, unchanged, failed };
 // Reads the data of frame `index` into args.packed, unless the pixels show it already.
 finding read_data(play_args &args, movie_ref &ref, int index, movie::vf_frame *where) {
     const phase_timer timed(play_phase::reading);
-    if (movie::VFfindframe(*ref.film, index, where) != movie::vf_find::found)
+    const movie::vf_find result =
+        movie::VFfetchframe(*ref.film, index, ref.decoded, args.packed.bytes(), where);
+    if (result != movie::vf_find::found)
         return finding::failed;
-    if (where->index == ref.decoded)
-        return finding::unchanged;
-    const int result = movie::VFreadframe(*ref.film, *where, args.packed.bytes());
-    return result == 0 ? finding::read : finding::failed;
+    return where->index == ref.decoded ? finding::unchanged : finding::read;
 }
 
 decoding decode_packed(play_args &args, movie_ref &ref, const movie::vf_frame &where) {

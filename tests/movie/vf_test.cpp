@@ -10,8 +10,10 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -184,6 +186,63 @@ TEST_F(Vf, FindsFramesBehindRepeats) {
     EXPECT_EQ(find(1), first);
 }
 
+// The reads that this process makes while work is done.
+template <typename work_call> long reads_of(work_call work) {
+    const auto reads = [] {
+        std::ifstream counters("/proc/self/io");
+        const std::vector<std::string> words{std::istream_iterator<std::string>(counters), {}};
+        const auto name = std::ranges::find(words, "syscr:");
+        return name + 1 < words.end() ? std::stol(name[1]) : 0;
+    };
+    reads(); // whatever it costs only once
+    const long before = reads();
+    const long counting = reads() - before;
+    const long start = reads();
+    work();
+    return reads() - start - counting;
+}
+
+// Frame i of a long movie repeats the one before where i % 10 is 9, and tells its own number.
+TEST_F(Vf, FetchingAFrameIsOneRead) {
+    constexpr int count = 100000;
+    movie::vf_movie writer = blank_film(count, 8, 4);
+    writer.offsets.clear();
+    ASSERT_EQ(movie::VFopenWrite(writer, file.c_str()), 0);
+    bytes data(22);
+    for (int i = 0; i < count; ++i) {
+        data = edited(data, 0, i);
+        ASSERT_EQ(movie::VFappend(writer, i, i % 10 == 9 ? bytes{} : data), 0);
+    }
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(film, nullptr);
+    bytes buffer(movie::vf_max_data_bytes(*film));
+    int have = -1;
+    const auto fetch = [&](int index) {
+        movie::vf_frame where;
+        ASSERT_EQ(movie::VFfetchframe(*film, index, have, buffer, &where), vf_find::found);
+        ASSERT_EQ(where.index, index % 10 == 9 ? index - 1 : index);
+        ASSERT_EQ(edited(buffer, 0, where.index), buffer);
+        have = where.index;
+    };
+    ASSERT_EQ(reads_of([] {}), 0);
+    ASSERT_EQ(reads_of([&] { fetch(0); }), 1) << "are reads counted here?";
+    EXPECT_EQ(reads_of([&] { fetch(0); }), 0); // it is there already
+    const auto forward = [&] {
+        for (int i = 1; i < 1000; ++i) {
+            fetch(i);
+        }
+    };
+    EXPECT_EQ(reads_of(forward), 999);
+    std::mt19937 random(5);
+    const auto anywhere = [&] {
+        for (int i = 0; i < 1000; ++i) {
+            fetch(static_cast<int>(random() % count) / 10 * 10 + 3);
+        }
+    };
+    EXPECT_EQ(reads_of(anywhere), 1000);
+    EXPECT_EQ(reads_of([&] { fetch(59999); }), 2); // what it repeats is another one
+}
+
 // Walking all of it for each frame again would take minutes, whatever is at its end.
 TEST_F(Vf, WalksALongRunOfRepeatsOnce) {
     constexpr int count = 60000;
@@ -209,12 +268,16 @@ TEST_F(Vf, PlaysAMovieThatSomeoneElseIsWriting) {
     ASSERT_EQ(movie::VFopenWrite(writer, file.c_str()), 0);
     const movie::vf_owner reader = movie::VFopen(file.c_str(), "r");
     ASSERT_NE(reader, nullptr);
+    bytes buffer(movie::vf_max_data_bytes(*reader));
     for (int i = 0; i < 40; ++i) {
         movie::vf_frame where;
         ASSERT_EQ(movie::VFfindframe(*reader, i, &where), vf_find::absent);
+        ASSERT_EQ(movie::VFfetchframe(*reader, i, i - 1, buffer, &where), vf_find::absent);
         const bytes data = compress(pixels(32, static_cast<std::uint32_t>(i) << 3U), 8, 4);
         ASSERT_EQ(movie::VFappend(writer, i, data), 0);
         ASSERT_EQ(movie::VFfindframe(*reader, i, &where), vf_find::found);
+        ASSERT_EQ(movie::VFfetchframe(*reader, i, i - 1, buffer, &where), vf_find::found);
+        ASSERT_EQ(bytes(buffer.begin(), buffer.begin() + where.size), data);
         movie::vf_chunk chunk; // the stream's buffer is stale by now
         const std::int64_t place = where.offset - movie::vf_chunk_bytes;
         ASSERT_EQ(fseeko(reader->stream.get(), place, SEEK_SET), 0);
@@ -352,6 +415,7 @@ TEST_F(Vf, ReadsWhatAFrameCanUseAndTheBufferHolds) {
     buffer.resize(40);
     ASSERT_EQ(truncate(file.c_str(), 0x28 + 20), 0);
     EXPECT_EQ(movie::VFreadframe(*film, where, buffer), -1); // told already
+    EXPECT_EQ(movie::VFfetchframe(*film, 0, -1, buffer, &where), vf_find::damaged);
 }
 
 // ---- Writes that fail --------------------------------------------------------------------------
@@ -436,12 +500,20 @@ void exercise(const std::string &name) {
     ASSERT_LT(words, std::size_t{1} << 22U);
     pixels image(words);
     bytes buffer(movie::vf_max_data_bytes(*film));
+    bytes fetched(buffer.size());
     movie::vf_chunk chunk;
     for (int i = 0; i < film->count; ++i) {
         movie::vf_frame where;
+        movie::vf_frame again;
         [[maybe_unused]] int decoded = 0;
-        if (movie::VFfindframe(*film, i, &where) == vf_find::found) {
+        const vf_find found = movie::VFfindframe(*film, i, &where);
+        film->repeats_to = -1; // forgotten: fetching walks by itself
+        ASSERT_EQ(movie::VFfetchframe(*film, i, -1, fetched, &again), found);
+        if (found == vf_find::found) {
             ASSERT_EQ(movie::VFreadframe(*film, where, buffer), 0);
+            ASSERT_EQ(std::tie(where.index, where.offset, where.size),
+                      std::tie(again.index, again.offset, again.size));
+            ASSERT_TRUE(std::equal(buffer.begin(), buffer.begin() + where.size, fetched.begin()));
             const auto data = std::span(buffer).first(static_cast<std::size_t>(where.size));
             decoded = movie::IR1_decompress(*movie::vf_current_table(), data, image);
         }
