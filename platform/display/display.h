@@ -26,6 +26,8 @@
 // the end of the process.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -64,6 +66,16 @@ enum class window_state {
 };
 
 enum class cursor_shape { arrow, cross, wait, hand, text, none };
+inline constexpr std::size_t cursor_shape_count = 6;
+
+// What a pointer's shape looks like: bits of rows, the top row first, the leftmost pixel highest.
+inline constexpr int cursor_side = 16;
+struct cursor_picture {
+    std::array<std::uint16_t, cursor_side> dark{};
+    std::array<std::uint16_t, cursor_side> light{}; // where it is not dark; else nothing is shown
+    point origin;                                   // the pixel that points, from the top left
+    bool operator==(const cursor_picture &) const = default;
+};
 
 // Pixels of a window: native words 0x00RRGGBB, top row first, stride words from row to row.
 struct surface {
@@ -187,6 +199,12 @@ struct driver {
     void (*set_state)(window_id window, window_state state);
     void (*set_title)(window_id window, const char *title); // UTF-8
     void (*set_cursor)(window_id window, cursor_shape shape);
+
+    // Gives a shape a look of the program's own, wherever set_cursor is called with it from now on.
+    void (*define_cursor)(cursor_shape shape, const cursor_picture &picture);
+
+    // Which of our windows is the topmost one at a place of the screen; 0 when it is none of ours.
+    window_id (*window_at)(point p);
 
     // The window's pixels. index 0 or 1: two frames, of which the second is made when first asked
     // for. They keep address and size until `next` has returned a geometry event with another

@@ -166,6 +166,10 @@ void set_cursor(window_id id, cursor_shape shape) {
     }
 }
 
+void define_cursor(cursor_shape shape, const cursor_picture &picture) {
+    state.cursors[static_cast<std::size_t>(shape)] = picture;
+}
+
 surface frame(window_id id, int index) {
     simulated_window *w = find(id);
     if (w == nullptr || index < 0 || index >= frames_per_window) {
@@ -273,6 +277,8 @@ constexpr driver memory_calls{
     .set_state = set_state,
     .set_title = set_title,
     .set_cursor = set_cursor,
+    .define_cursor = define_cursor,
+    .window_at = window_at,
     .frame = frame,
     .present = present,
     .pointer = pointer,

@@ -62,6 +62,9 @@ struct window_facts {
 };
 [[nodiscard]] window_facts facts(window_id window);
 
+// What the program has made of a shape; an empty picture when nothing.
+[[nodiscard]] const cursor_picture &defined_cursor(cursor_shape shape);
+
 // Open windows, the topmost last.
 [[nodiscard]] std::vector<window_id> windows();
 

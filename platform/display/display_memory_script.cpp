@@ -15,13 +15,6 @@ bool contains(rectangle r, point p) {
     return p.x >= r.x && p.y >= r.y && p.x < r.x + r.width && p.y < r.y + r.height;
 }
 
-window_id window_at(point p) {
-    const auto topmost =
-        std::find_if(state.windows.rbegin(), state.windows.rend(),
-                     [p](const auto &w) { return is_visible(*w) && contains(w->facts.area, p); });
-    return topmost == state.windows.rend() ? 0 : (*topmost)->id;
-}
-
 window_id focused_window() {
     window_id newest = 0;
     for (const auto &w : state.windows) {
@@ -99,6 +92,13 @@ simulated_window *find(window_id id) {
     const auto at = std::find_if(state.windows.begin(), state.windows.end(),
                                  [id](const auto &w) { return w->id == id; });
     return at == state.windows.end() ? nullptr : at->get();
+}
+
+window_id window_at(point p) {
+    const auto topmost =
+        std::find_if(state.windows.rbegin(), state.windows.rend(),
+                     [p](const auto &w) { return is_visible(*w) && contains(w->facts.area, p); });
+    return topmost == state.windows.rend() ? 0 : (*topmost)->id;
 }
 
 bool is_visible(const simulated_window &w) {
@@ -230,6 +230,10 @@ void push_motion(point to) {
     e.pointer = to;
     e.window = target_at(to);
     insert_now(e);
+}
+
+const cursor_picture &defined_cursor(cursor_shape shape) {
+    return state.cursors[static_cast<std::size_t>(shape)];
 }
 
 shown_picture picture(window_id window) {

@@ -36,6 +36,7 @@ struct simulation {
     point pointer;                                          // now
     point scripted_pointer;                                 // after all that is in the script
     std::string dropped;
+    std::array<cursor_picture, cursor_shape_count> cursors; // as defined; else empty
     std::int64_t tick = no_time;
     window_id grabbing = 0;
     point offset; // of windows from where they were asked for
@@ -51,6 +52,9 @@ extern wait_set waiting;
 // Null when it is not open.
 [[nodiscard]] simulated_window *find(window_id id);
 [[nodiscard]] bool is_visible(const simulated_window &w);
+
+// The topmost visible window there, or 0.
+[[nodiscard]] window_id window_at(point p);
 
 // When the next event or tick is due, or no_time.
 [[nodiscard]] std::int64_t next_due();

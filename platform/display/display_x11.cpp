@@ -92,6 +92,8 @@ constexpr driver x11_calls{
     .set_state = settled<set_window_state>::run,
     .set_title = settled<set_window_title>::run,
     .set_cursor = settled<set_window_cursor>::run,
+    .define_cursor = settled<define_cursor>::run,
+    .window_at = settled<find_window_at>::run,
     .frame = settled<frame>::run,
     .present = settled<present>::run,
     .pointer = settled<find_pointer>::run,

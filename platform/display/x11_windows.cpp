@@ -285,6 +285,24 @@ bool ask_geometry(const window &w, rectangle *out) {
     return true;
 }
 
+// Down the tree of windows, which knows the stacking order: root, a window manager's frame, ours.
+window_id find_window_at(point p) {
+    constexpr int deepest = 8; // far below any frame
+    const auto x = static_cast<std::int16_t>(p.x * xserver.scale);
+    const auto y = static_cast<std::int16_t>(p.y * xserver.scale);
+    xcb_window_t at = xserver.screen->root;
+    for (int i = 0; i < deepest; i++) {
+        const auto r = await<xcb_translate_coordinates_reply>(
+            xcb_translate_coordinates(xserver.xcb, xserver.screen->root, at, x, y));
+        if (!r || r->child == XCB_WINDOW_NONE)
+            return 0;
+        at = r->child;
+        if (const window *w = find_window_of(at))
+            return w->id;
+    }
+    return 0;
+}
+
 void set_window_state(window_id id, window_state state) {
     window *w = find_window(id);
     if (w == nullptr) {

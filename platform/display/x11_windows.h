@@ -32,6 +32,7 @@ void close_all_windows();
 [[nodiscard]] window *find_window_of(xcb_window_t xid);
 
 void configure_window(window_id id, rectangle rect);
+[[nodiscard]] window_id find_window_at(point p);
 
 // Asks the server (an unmapped window's place is where it will come back: what a window manager
 // did to it on unmapping is undone then). Returns false when there is no such window any more.

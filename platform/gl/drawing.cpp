@@ -13,6 +13,7 @@ namespace gl {
 namespace {
 
 constexpr std::uint32_t rgb_bits = 0x00FFFFFF;
+constexpr std::uint32_t index_bits = colour_map_size - 1;
 
 std::uint32_t channel(int v) {
     return static_cast<std::uint32_t>(std::clamp(v, 0, 255));
@@ -164,9 +165,17 @@ void writemask(std::uint32_t bits) {
     window_record *w = current_window();
     if (w == nullptr)
         return;
-    const bool everything = w->modes.rgb ? (bits & rgb_bits) == rgb_bits : bits == all_bits;
+    const std::uint32_t pixel_bits = w->modes.rgb ? rgb_bits : index_bits;
+    const bool everything = (bits & pixel_bits) == pixel_bits;
     const std::uint32_t in_order = w->modes.rgb ? swap_red_blue(bits) : bits;
     w->mask = everything ? all_bits : in_order;
+}
+
+std::uint32_t getwritemask() {
+    const window_record *w = current_window();
+    if (w == nullptr || w->mask == all_bits)
+        return all_bits;
+    return w->modes.rgb ? swap_red_blue(w->mask) : w->mask;
 }
 
 void mapcolor(int index, int red, int green, int blue) {
@@ -191,6 +200,16 @@ void drawmode(int mode) {
     window_record *w = current_window();
     if (w != nullptr && (mode == NORMALDRAW || mode == OVERDRAW))
         w->draw_mode = mode;
+}
+
+matrix_state getmatrix() {
+    const window_record *w = current_window();
+    return w == nullptr ? matrix_state{} : w->matrix;
+}
+
+void loadmatrix(const matrix_state &matrix) {
+    if (window_record *w = current_window())
+        w->matrix = matrix;
 }
 
 void screenspace() {

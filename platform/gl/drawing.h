@@ -28,6 +28,7 @@ void color(int index); // in a colour-map window, or in the overlay
 
 // Only these bits of a pixel are changed by drawing: of 0x00BBGGRR, or of the index.
 void writemask(std::uint32_t bits);
+[[nodiscard]] std::uint32_t getwritemask(); // all_bits when none is protected
 inline constexpr std::uint32_t all_bits = 0xFFFFFFFF;
 
 // What index `index` looks like, in all colour-map windows at once, whatever they show already.
@@ -43,6 +44,13 @@ void overlay(int planes); // 0 or 2, in force after gconfig; 0 takes the overlay
 inline constexpr int overlay_planes = 2;
 
 // --- coordinates -----------------------------------------------------------------------------
+enum class coordinate_space { window, screen, ortho };
+struct matrix_state {
+    coordinate_space space = coordinate_space::window;
+    double left = 0, right = 0, bottom = 0, top = 0; // the edges of ortho2
+};
+[[nodiscard]] matrix_state getmatrix(); // what screenspace and ortho2 have set
+void loadmatrix(const matrix_state &matrix);
 void screenspace(); // coordinates are the screen's
 void ortho2(double left, double right, double bottom,
             double top);                                 // these edges map to the viewport
@@ -54,7 +62,7 @@ void getscrmask(int *left, int *right, int *bottom, int *top);
 inline constexpr int stack_depth = 32; // of the four below; more pushes are ignored
 void pushviewport();                   // viewport and box
 void popviewport();
-void pushmatrix(); // what screenspace and ortho2 have set
+void pushmatrix(); // as of getmatrix
 void popmatrix();
 
 // --- shapes ----------------------------------------------------------------------------------

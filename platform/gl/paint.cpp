@@ -82,10 +82,12 @@ void note_box(window_record &w, const box &b) {
 
 void fill_box(window_record &w, const box &b) {
     const box inside = common(b, paint_box(w));
-    if (inside.is_empty())
+    const std::uint32_t word = paint_word(w);
+    // Clearing an overlay that holds nothing makes none: the window stays a plain one.
+    const bool nothing_over = w.draw_mode == OVERDRAW && w.overlay.empty() && word == 0;
+    if (inside.is_empty() || nothing_over)
         return;
     const paint_targets targets = targets_of(w);
-    const std::uint32_t word = paint_word(w);
     const std::uint32_t mask = paint_mask(w);
     for (const raster &r : targets.all()) {
         for (int y = inside.bottom; y <= inside.top; y++) {

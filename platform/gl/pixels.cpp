@@ -152,6 +152,20 @@ void write_masked(window_record &w, const raster &r, const picture &p, const box
     }
 }
 
+// Copies words that may overlap, of each the bits of the mask.
+void copy_words(std::uint32_t *to, const std::uint32_t *from, std::ptrdiff_t count,
+                std::uint32_t mask) {
+    if (mask == all_bits) {
+        std::memmove(to, from, static_cast<std::size_t>(count) * sizeof *to);
+        return;
+    }
+    const bool backwards = to > from; // or words would be read that are written already
+    for (std::ptrdiff_t n = 0; n < count; n++) {
+        const std::ptrdiff_t i = backwards ? count - 1 - n : n;
+        to[i] = (to[i] & ~mask) | (from[i] & mask);
+    }
+}
+
 // The extent of corners given in any numbers; 0 when it can not be that of any picture.
 std::int64_t extent(int first, int last) {
     const std::int64_t n = std::int64_t{last} - first + 1;
@@ -254,8 +268,8 @@ void rectcopy(int x1, int y1, int x2, int y2, int to_x, int to_y) {
     const raster in = reading_raster(*w);
     if (in.pixels == nullptr)
         return;
-    const auto bytes =
-        static_cast<std::size_t>(inside.right - inside.left + 1) * sizeof(std::uint32_t);
+    const std::ptrdiff_t count = inside.right - inside.left + 1;
+    const std::uint32_t mask = paint_mask(*w);
     // The buffer that is read comes last, or the other one would get moved pixels.
     for (int pass = 0; pass < 2; pass++) {
         for (const raster &r : targets.all()) {
@@ -263,8 +277,8 @@ void rectcopy(int x1, int y1, int x2, int y2, int to_x, int to_y) {
                 continue;
             for (int i = 0, rows = inside.top - inside.bottom + 1; i < rows; i++) {
                 const int y = dy > 0 ? inside.top - i : inside.bottom + i;
-                std::memmove(row_of(*w, r, y) + inside.left,
-                             row_of(*w, in, y - dy) + inside.left - dx, bytes);
+                copy_words(row_of(*w, r, y) + inside.left,
+                           row_of(*w, in, y - dy) + inside.left - dx, count, mask);
             }
         }
     }

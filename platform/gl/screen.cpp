@@ -25,6 +25,7 @@ int getgdesc(int inquiry) {
 
 void gexit() {
     for_each_window([](window_record &w) { release_record(w); });
+    forget_defined_cursors();
     reset_queue_state();
     display::shut_down();
 }

@@ -34,13 +34,6 @@ struct box {
     [[nodiscard]] bool is_empty() const { return right < left || top < bottom; }
 };
 
-enum class coordinate_space { window, screen, ortho };
-
-struct matrix_state {
-    coordinate_space space = coordinate_space::window;
-    double left = 0, right = 0, bottom = 0, top = 0; // ortho
-};
-
 struct viewport_state {
     box port;
     box mask;
@@ -92,6 +85,9 @@ struct window_record {
     int cursor = 0;
     bool cursor_on = true;
 };
+
+// Takes back what defcursor has said (cursors.cpp): the display is given back.
+void forget_defined_cursors();
 
 // The record of a window, or null.
 [[nodiscard]] window_record *find_window(int number);

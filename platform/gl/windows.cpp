@@ -2,6 +2,7 @@
 
 #include "platform/clock/program_clock.h"
 #include "platform/gl/drawing.h"
+#include "platform/gl/event_pump.h"
 #include "platform/gl/queue.h"
 #include "platform/gl/queue_state.h"
 #include "platform/gl/screen.h"
@@ -151,6 +152,20 @@ int winget() {
 
 bool is_window(int window) {
     return find_window(window) != nullptr;
+}
+
+int window_at(int x, int y) {
+    const auto near = [](int v) { return std::clamp(v, -beyond_screen, beyond_screen); };
+    const display::point p = turned({near(x), near(y)});
+    bool is_possible = false; // most places are outside all of ours: the display is not asked
+    for_each_window([&](const window_record &w) {
+        const rectangle spot = display::intersect(w.area, {p.x, p.y, 1, 1});
+        is_possible = is_possible || (!w.iconic && spot.width > 0 && spot.height > 0);
+    });
+    if (!is_possible)
+        return 0;
+    const window_record *w = find_window_by_id(display::server().window_at(p));
+    return w == nullptr ? 0 : w->number;
 }
 
 void wintitle(const char *title) {

@@ -44,6 +44,9 @@ void winclass(const char *instance, const char *class_name, std::span<const std:
 inline constexpr int default_window_width = 640;
 inline constexpr int default_window_height = 480;
 
+// Keeps the program attached to its terminal, as it always is: winopen never detaches it.
+inline void foreground() {}
+
 // Closes a window. What still waits in the queue for it is taken out. If it was current, none is.
 void winclose(int window);
 
@@ -51,6 +54,9 @@ void winclose(int window);
 void winset(int window);    // ignored when it is not open
 [[nodiscard]] int winget(); // 0 when none is current
 [[nodiscard]] bool is_window(int window);
+
+// The window that is seen at a place of the screen; 0 when none of ours is.
+[[nodiscard]] int window_at(int x, int y);
 
 // --- place and look of the current window ------------------------------------------------------
 void wintitle(const char *title); // UTF-8

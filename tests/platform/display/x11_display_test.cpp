@@ -278,10 +278,22 @@ TEST_F(x11_display, works_without_a_window_manager) {
     d->set_state(w, window_state::shown);
     EXPECT_TRUE(await(event_kind::deiconify));
     EXPECT_TRUE(await(event_kind::redraw));
-    for (int shape = 0; shape <= static_cast<int>(display::cursor_shape::none); ++shape) {
-        d->set_cursor(w, static_cast<display::cursor_shape>(shape));
+    for (const bool defined : {false, true}) {
+        for (std::size_t shape = 0; shape < display::cursor_shape_count; ++shape) {
+            const auto s = static_cast<display::cursor_shape>(shape);
+            if (defined) {
+                d->define_cursor(s, {{0x8001, 0xffff}, {0x7fff}, {8, 15}});
+            }
+            d->set_cursor(w, s);
+        }
     }
     EXPECT_EQ(d->geometry(w), (rectangle{200, 150, 100, 100}));
+    EXPECT_EQ(d->window_at({199, 150}), 0);
+    EXPECT_EQ(d->window_at({200, 150}), w);
+    EXPECT_EQ(d->window_at({299, 249}), menu); // opened later; w came back below it
+    d->set_state(w, window_state::raised);
+    EXPECT_EQ(d->window_at({299, 249}), w);
+    EXPECT_EQ(d->window_at({299, 255}), menu);
 }
 
 TEST_F(x11_display, works_with_a_window_manager) {
@@ -300,6 +312,8 @@ TEST_F(x11_display, works_with_a_window_manager) {
         come_to_rest();
         EXPECT_EQ(d->geometry(w), area);
     }
+    EXPECT_EQ(d->window_at({area.x, area.y}), w); // inside the manager's frame
+    EXPECT_EQ(d->window_at({area.x, area.y - 1}), 0);
     const rectangle moved{111, 222, 333, 144};
     d->configure(w, moved);
     ASSERT_TRUE(await(event_kind::geometry));

@@ -265,6 +265,18 @@ TEST_F(gl_drawing, reading_and_copying) {
                 ASSERT_EQ(after[static_cast<std::size_t>((py + dy) * side + px + dx)],
                           before[static_cast<std::size_t>(py * side + px)]);
     }
+    // Of pixels that overlap themselves, only the bits of the mask.
+    gl::cpack(0x332211);
+    gl::clear();
+    gl::cpack(0x665544);
+    gl::rectfi(4, 0, 4, 0);
+    gl::writemask(0xFF);
+    gl::rectcopy(3, 0, 5, 0, 4, 0);
+    EXPECT_EQ(gl::getwritemask(), 0xFFU);
+    EXPECT_EQ(pixel(4, 0), 0x665511U);
+    EXPECT_EQ(pixel(5, 0), 0x332244U);
+    EXPECT_EQ(pixel(6, 0), 0x332211U);
+    gl::writemask(gl::all_bits);
     gl::rectcopy(-5, -5, 60, 60, 3, 3);
     gl::rectcopy(0, 0, 5, 5, 1000, INT_MIN);
 }
