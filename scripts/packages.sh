@@ -6,6 +6,7 @@ packages_to_play=(
     g++ cmake ninja-build pkg-config
     libxcb1-dev libxcb-shm0-dev libxcb-xkb-dev libxcb-icccm4-dev
     libxkbcommon-dev libxkbcommon-x11-dev
+    libfreetype-dev libfontconfig-dev fonts-urw-base35
     libopenimageio-dev libcli11-dev
     libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
 )
@@ -21,7 +22,7 @@ packages_to_check=(
     "${packages_to_play[@]}" "${packages_for_virtual_display[@]}"
     clang libclang-rt-14-dev clang-format clang-tidy ccache
     libgtest-dev libxcb-xtest0-dev openbox x11-xkb-utils x11-utils
-    parallel ffmpeg mandoc bash-completion
+    parallel ffmpeg mandoc bash-completion fonts-dejavu-core
 )
 
 # install_packages PACKAGE...: installs those that are missing; says so; asks nothing.
