@@ -23,6 +23,10 @@ using command_runner = std::function<int()>;
 
 command_runner describe_encode(CLI::App &app);
 command_runner describe_decode(CLI::App &app);
+command_runner describe_join(CLI::App &app);
+command_runner describe_cut(CLI::App &app);
+command_runner describe_compare(CLI::App &app);
+command_runner describe_sheet(CLI::App &app);
 command_runner describe_info(CLI::App &app);
 command_runner describe_verify(CLI::App &app);
 

@@ -4,7 +4,7 @@
 //   const image_module *images = load_image_module();              // null after a report
 //   image_buffer picture;
 //   std::string fault;
-//   if (images->read("shot.0001.exr", &picture, &fault) != 0)
+//   if (images->read("shot.0001.exr", false, &picture, &fault) != 0)
 //       report("shot.0001.exr: %s", fault.c_str());
 //   images->write("copy.png", picture.words, picture.width, picture.height, &fault);
 //
@@ -36,11 +36,14 @@ struct image_module {
     // The extensions of the still image formats that can be read, in lower case without the dot.
     std::vector<std::string> (*extensions)();
 
+    // Says whether a file's content looks like an image of a format that can be read.
+    bool (*can_read)(const char *path);
+
     // Reads the first picture of a file, of whatever format, as it is meant to be seen: whole
-    // display window, upright, linear light turned into display colours, transparency over black,
-    // grey as colour, deeper channels scaled to 8 bits. Returns 0, or -1 with the reason in
-    // *fault.
-    int (*read)(const char *path, image_buffer *image, std::string *fault);
+    // display window, upright, linear light turned into display colours (unless raw_values asks
+    // for the numbers as they are), transparency over black, grey as colour, deeper channels
+    // scaled to 8 bits. Returns 0, or -1 with the reason in *fault.
+    int (*read)(const char *path, bool raw_values, image_buffer *image, std::string *fault);
 
     // Says whether a picture can be written under a name with this extension. Returns 0, or -1
     // with the reason in *fault.

@@ -234,7 +234,13 @@ int prepare_source(const OIIO::ImageInput &input, picture_source &from, std::str
     return 0;
 }
 
-int read_picture(const char *path, image_buffer *image, std::string *fault) {
+bool can_read_picture(const char *path) {
+    const auto input = OIIO::ImageInput::open(path);
+    (void)OIIO::geterror();
+    return input != nullptr && !is_foreign(input->format_name());
+}
+
+int read_picture(const char *path, bool raw_values, image_buffer *image, std::string *fault) {
     const auto input = OIIO::ImageInput::open(path);
     if (!input) {
         *fault = OIIO::geterror();
@@ -243,6 +249,10 @@ int read_picture(const char *path, image_buffer *image, std::string *fault) {
     picture_source from;
     if (prepare_source(*input, from, fault) != 0)
         return -1;
+    if (raw_values) {
+        from.linear = false;
+        from.floating = is_floating(from.spec);
+    }
     const std::int64_t bytes = std::int64_t{from.spec.width} * from.spec.height *
                                from.channel_count * (from.floating ? 4 : 1);
     if (bytes > max_image_bytes) {
@@ -321,7 +331,7 @@ bool write_pixels(OIIO::ImageOutput &output, const std::string &path, const OIIO
 // read again.
 int check_written(const char *path, std::string *fault) {
     image_buffer again;
-    if (read_picture(path, &again, fault) == 0)
+    if (read_picture(path, false, &again, fault) == 0)
         return 0;
     *fault = "it could not be written whole: " + *fault;
     return -1;
@@ -415,8 +425,12 @@ std::vector<std::string> list_extensions() {
 
 constexpr image_module procedures = {
     list_extensions,
-    [](const char *path, image_buffer *image, std::string *fault) {
-        return guard(fault, [&] { return read_picture(path, image, fault); });
+    [](const char *path) {
+        std::string fault;
+        return guard(&fault, [&] { return can_read_picture(path) ? 0 : -1; }) == 0;
+    },
+    [](const char *path, bool raw_values, image_buffer *image, std::string *fault) {
+        return guard(fault, [&] { return read_picture(path, raw_values, image, fault); });
     },
     [](const char *path, std::string *fault) {
         return guard(fault, [&] { return check_output_format(path, fault); });

@@ -19,8 +19,12 @@ struct command {
 };
 
 constexpr command commands[] = {
-    {"encode", "Make a movie from image files", reel::describe_encode},
-    {"decode", "Write the frames of a movie as image files", reel::describe_decode},
+    {"encode", "Make a movie from images, a video or raw pixels", reel::describe_encode},
+    {"decode", "Write a movie as images or as a video", reel::describe_decode},
+    {"join", "Make one movie of several, without compressing again", reel::describe_join},
+    {"cut", "Take frames out of a movie, without compressing again", reel::describe_cut},
+    {"compare", "Tell how much two movies differ", reel::describe_compare},
+    {"sheet", "Make a contact sheet of a movie", reel::describe_sheet},
     {"info", "Tell what movies are like", reel::describe_info},
     {"verify", "Decode every frame and say what is wrong", reel::describe_verify},
 };

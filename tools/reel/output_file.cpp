@@ -2,6 +2,7 @@
 
 #include "tools/reel/report.h"
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,12 +23,33 @@ constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE};
 constexpr mode_t permission_bits = 07777;
 constexpr mode_t new_file_mode = 0666;
 
-// What the handlers remove. Changed only while the ending signals are held back.
-char pending_name[PATH_MAX];
+// What the handlers remove; an empty name is a free place. Changed only by a holder of
+// pending_lock.
+char pending_names[max_open_outputs][PATH_MAX];
 
+// Waited for by spinning, for a handler has to take it: who holds it keeps the ending signals from
+// its own thread, so a handler never waits for the very thread that it interrupted.
+std::atomic_flag pending_lock = ATOMIC_FLAG_INIT;
+std::atomic<bool> all_removed = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+void lock_pending() {
+    while (pending_lock.test_and_set(std::memory_order_acquire))
+        ::sched_yield();
+}
+
+// With the ending signals held back. The lock is kept: what another thread is about to create
+// would be left behind.
 extern "C" void remove_pending() {
-    if (pending_name[0] != 0)
-        ::unlink(pending_name);
+    while (pending_lock.test_and_set(std::memory_order_acquire)) {
+        if (all_removed)
+            return;
+        ::sched_yield();
+    }
+    for (const auto &name : pending_names)
+        if (name[0] != 0)
+            ::unlink(name);
+    all_removed = true;
 }
 
 extern "C" void remove_and_end(int signal_number) {
@@ -55,14 +78,40 @@ struct signal_pause {
     ~signal_pause() { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
 };
 
+extern "C" void remove_at_exit() {
+    const signal_pause pause;
+    remove_pending();
+}
+
+// Holds the names for the life of the record.
+struct pending_holder {
+    signal_pause pause;
+    pending_holder() { lock_pending(); }
+    pending_holder(const pending_holder &) = delete;
+    pending_holder &operator=(const pending_holder &) = delete;
+    ~pending_holder() { pending_lock.clear(std::memory_order_release); }
+};
+
+// The place of a name, an empty one's for a free place; null when there is none.
+char *find_pending(const std::string &name) {
+    for (auto &each : pending_names)
+        if (name == each)
+            return each;
+    return nullptr;
+}
+
 std::string folder_of(const std::string &path) {
     const std::string folder = std::filesystem::path(path).parent_path().string();
     return folder.empty() ? "." : folder;
 }
 
+// Asked for once: to ask changes it for a moment, for all threads.
 mode_t mode_of_new_files() {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
+    static const mode_t mask = [] {
+        const mode_t found = ::umask(0);
+        ::umask(found);
+        return found;
+    }();
     return new_file_mode & ~mask;
 }
 
@@ -77,8 +126,10 @@ int flush_to_disk(const std::string &path, int flags) {
     return result;
 }
 
+// By a holder.
 void forget_temporary(output_file &out) {
-    pending_name[0] = 0;
+    if (char *name = find_pending(out.temporary); name != nullptr)
+        name[0] = 0;
     out.temporary.clear();
 }
 
@@ -117,7 +168,7 @@ int examine_target(const std::string &target, output_file &out, mode_t *mode) {
 output_file::~output_file() {
     if (temporary.empty())
         return;
-    const signal_pause pause;
+    const pending_holder holder;
     ::unlink(temporary.c_str());
     forget_temporary(*this);
 }
@@ -132,7 +183,7 @@ void catch_signals() {
             ::sigaction(number, &action, nullptr);
     }
     std::signal(SIGXFSZ, SIG_IGN);
-    std::atexit(remove_pending); // a library may end the program
+    std::atexit(remove_at_exit); // a library may end the program
 }
 
 int start_output(const std::string &target, output_file &out) {
@@ -141,11 +192,16 @@ int start_output(const std::string &target, output_file &out) {
         return -1;
     const std::string extension = std::filesystem::path(out.target).extension().string();
     std::string name = folder_of(out.target) + "/.reel-XXXXXX" + extension;
-    if (name.size() >= sizeof pending_name) {
+    if (name.size() >= PATH_MAX) {
         report("%s: cannot be written: %s", target.c_str(), std::strerror(ENAMETOOLONG));
         return -1;
     }
-    const signal_pause pause;
+    const pending_holder holder;
+    char *place = find_pending("");
+    if (place == nullptr) {
+        report("%s: cannot be written: too many files are being written", target.c_str());
+        return -1;
+    }
     const int descriptor = ::mkostemps(name.data(), static_cast<int>(extension.size()), O_CLOEXEC);
     if (descriptor < 0) {
         report("%s: cannot be written: %s", target.c_str(), std::strerror(errno));
@@ -154,7 +210,7 @@ int start_output(const std::string &target, output_file &out) {
     (void)::fchmod(descriptor, mode); // at worst the file stays private to its owner
     ::close(descriptor);
     out.temporary = name;
-    std::memcpy(pending_name, name.c_str(), name.size() + 1);
+    std::memcpy(place, name.c_str(), name.size() + 1);
     return 0;
 }
 
@@ -163,7 +219,7 @@ int finish_output(output_file &out, bool flush) {
         report("%s: cannot be written: %s", out.target.c_str(), std::strerror(errno));
         return -1;
     }
-    const signal_pause pause;
+    const pending_holder holder;
     if (::rename(out.temporary.c_str(), out.target.c_str()) != 0) {
         report("%s: cannot be written: %s", out.target.c_str(), std::strerror(errno));
         return -1;

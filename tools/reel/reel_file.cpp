@@ -1,10 +1,12 @@
 #include "tools/reel/reel_file.h"
 
 #include "movie/file_io.h"
+#include "tools/reel/parallel.h"
 #include "tools/reel/report.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
@@ -15,6 +17,7 @@ namespace reel {
 namespace {
 
 constexpr std::int64_t table_entry_bytes = 4;
+constexpr std::size_t frames_at_once = 2048; // that one processor looks at before it asks for more
 
 std::int64_t table_end(const movie::vf_movie &film) {
     return movie::vf_header_bytes +
@@ -47,6 +50,25 @@ frame_entry examine_chunk(const movie::vf_movie &film, std::int64_t offset,
     return entry;
 }
 
+// Reads the heads of all chunks. Each is a call to the system of its own, so that a movie of many
+// frames is worth more than one processor.
+void examine_chunks(reel_file &file) {
+    const movie::vf_movie &film = *file.film;
+    const std::size_t count = film.offsets.size();
+    file.frames.assign(count, {});
+    std::atomic<std::size_t> next = 0;
+    const std::size_t shares = count / frames_at_once + 1;
+    run_parallel(static_cast<int>(std::min<std::size_t>(shares, max_workers)), [&](int) {
+        for (;;) {
+            const std::size_t begin = next.fetch_add(frames_at_once);
+            for (std::size_t i = begin; i < std::min(begin + frames_at_once, count); ++i)
+                file.frames[i] = examine_chunk(film, film.offsets[i], file.bytes);
+            if (begin >= count)
+                return;
+        }
+    });
+}
+
 // Looks at what a name stands for, so that the message can say more than that opening failed.
 int check_kind(const std::string &name) {
     struct stat status {};
@@ -71,8 +93,7 @@ bool may_fill_picture(const movie::vf_movie &film, std::span<const std::uint8_t>
     if (movie::ir1_read_size(packed, &size) != 0 || size.width != coded_side(film.width) ||
         size.height != coded_side(film.height))
         return false;
-    const std::size_t blocks = static_cast<std::size_t>(size.width / movie::ir1_block_size) *
-                               static_cast<std::size_t>(size.height / movie::ir1_block_size);
+    const auto blocks = static_cast<std::size_t>(blocks_of(film));
     return packed.size() >= movie::ir1_header_bytes + blocks * movie::ir1_flat_bytes;
 }
 
@@ -88,16 +109,15 @@ int open_reel(const std::string &name, reel_file &file) {
         return -1;
     }
     file.bytes = status.st_size;
-    const movie::vf_movie &film = *file.film;
-    file.frames.clear();
-    file.frames.reserve(film.offsets.size());
-    for (const std::int32_t offset : film.offsets) {
-        frame_entry entry = examine_chunk(film, offset, file.bytes);
+    examine_chunks(file);
+    int shown = -1; // whose picture a repeat would show
+    for (std::size_t i = 0; i < file.frames.size(); ++i) {
+        frame_entry &entry = file.frames[i];
         if (entry.state == frame_state::picture)
-            entry.source = static_cast<int>(file.frames.size());
-        else if (entry.state == frame_state::repeat && !file.frames.empty())
-            entry.source = file.frames.back().source;
-        file.frames.push_back(entry);
+            shown = static_cast<int>(i);
+        else if (entry.state != frame_state::repeat)
+            shown = -1;
+        entry.source = shown;
     }
     return 0;
 }
@@ -122,6 +142,27 @@ frame_fault decode_frame(const reel_file &file, int index, frame_buffer &buffer)
 
 int coded_side(int pixels) {
     return pixels - pixels % movie::ir1_block_size;
+}
+
+std::int64_t blocks_of(const movie::vf_movie &film) {
+    return std::int64_t{film.width / movie::ir1_block_size} * (film.height / movie::ir1_block_size);
+}
+
+std::int64_t detailed_blocks_of(const movie::vf_movie &film, const frame_entry &frame) {
+    constexpr std::int64_t flat = movie::ir1_flat_bytes;
+    constexpr std::int64_t more = movie::ir1_detailed_bytes - movie::ir1_flat_bytes;
+    const std::int64_t blocks = blocks_of(film);
+    const std::int64_t excess =
+        frame.size - static_cast<std::int64_t>(movie::ir1_header_bytes) - flat * blocks;
+    if (frame.state != frame_state::picture || excess < 0 || excess > more * blocks ||
+        excess % more != 0)
+        return -1;
+    return excess / more;
+}
+
+bool is_damaged(frame_state state) {
+    return state == frame_state::offset_outside || state == frame_state::offset_in_head ||
+           state == frame_state::chunk_cut_off;
 }
 
 std::vector<frame_range> frames_in_state(const reel_file &file, frame_state state) {

@@ -39,8 +39,8 @@ struct reel_file {
     std::vector<frame_entry> frames;
 };
 
-// Opens a movie and reads the table and the head of every chunk; no data. Returns 0, or -1 after
-// a report.
+// Opens a movie and reads the table and the head of every chunk, on several processors when there
+// are many; no data. Returns 0, or -1 after a report.
 [[nodiscard]] int open_reel(const std::string &name, reel_file &file);
 
 // Memory for frames of one movie, kept from one to the next.
@@ -62,6 +62,18 @@ enum class frame_fault {
 
 // A movie's picture size as the codec keeps it: multiples of 4.
 [[nodiscard]] int coded_side(int pixels);
+
+// How many blocks a picture of a movie has.
+[[nodiscard]] std::int64_t blocks_of(const movie::vf_movie &film);
+
+// How many of a picture's blocks are detailed ones, as the size of its data tells: a stream of
+// another size has another number of them. -1 for frames that are no pictures, and for data of a
+// size that no picture of the movie's size has.
+[[nodiscard]] std::int64_t detailed_blocks_of(const movie::vf_movie &film,
+                                              const frame_entry &frame);
+
+// Whether nothing can be shown for a frame because its table entry or its chunk is wrong.
+[[nodiscard]] bool is_damaged(frame_state state);
 
 // The frames that are in a state.
 [[nodiscard]] std::vector<frame_range> frames_in_state(const reel_file &file, frame_state state);

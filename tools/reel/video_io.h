@@ -38,6 +38,7 @@ struct video_info {
     bool count_is_sure = false; // the file holds exactly so many
     bool block_coded = false;   // packets are what cram.h turns into our own frames without loss
     std::string codec;          // "h264"
+    std::string note;           // what the user should know, or nothing
 };
 
 // How a video is to be made.
@@ -49,24 +50,31 @@ struct video_settings {
                        // extension stands for (mp4 mov: h264, mkv: ffv1, webm: vp9, avi: cram)
 };
 
-// The module's procedures. What goes wrong is in *fault, one line without the file's name.
+// The module's procedures. What goes wrong is in *fault, one line without the file's name. A reader
+// or writer is for one thread at a time.
 struct video_module {
-    // Opens a video's first picture stream. Returns 0 or -1 (then there is no reader).
+    // Opens a video's best picture stream. Its frames come one by one in the order in which they
+    // are shown, whatever their times, upright, with display colours by what the file says of its
+    // range and coefficients. Returns 0 or -1 (then there is no reader).
+    //   path  of a file; "-" is standard input
     int (*open)(const char *path, video_reader **reader, video_info *info, std::string *fault);
 
-    // Reads the next picture. Returns video_got, video_end or video_failed.
+    // Reads the next picture, whose size may change on the way. Returns video_got; video_end; or
+    // video_failed when the frame is damaged or the file cut off.
     int (*read)(video_reader *reader, image_buffer *picture, std::string *fault);
 
     // Passes over the next picture without converting it. Results as read.
     int (*skip)(video_reader *reader, std::string *fault);
 
-    // Reads the next packet of a block_coded video instead. Results as read.
+    // Reads the next packet of a block_coded video instead (not in turn with read and skip).
+    // Results as read.
     int (*read_packet)(video_reader *reader, std::vector<std::uint8_t> *packet, std::string *fault);
 
     void (*close)(video_reader *reader);
 
-    // Says whether a video of these settings can be written under this name. Returns 0 or -1.
-    int (*check_writer)(const char *path, const video_settings &settings, std::string *fault);
+    // Says whether a video of these settings can be written under this name, and fills in the
+    // codec where there is none. Returns 0 or -1.
+    int (*check_writer)(const char *path, video_settings *settings, std::string *fault);
 
     // Begins a video. Returns 0 or -1 (then there is no writer, perhaps part of a file).
     //   path      where it is written
@@ -74,7 +82,8 @@ struct video_module {
     int (*create)(const char *path, const video_settings &settings, video_writer **writer,
                   std::string *fault);
 
-    // Appends a picture of settings.width x settings.height words, rows bottom-up. 0 or -1.
+    // Appends a picture of settings.width x settings.height words, rows bottom-up (not cram: its
+    // packets are ours). 0 or -1.
     int (*write)(video_writer *writer, std::span<const std::uint32_t> words, std::string *fault);
 
     // Appends a packet that is already coded (cram only). 0 or -1.
@@ -87,7 +96,8 @@ struct video_module {
     // Ends the writer; what it wrote is of no use.
     void (*discard)(video_writer *writer);
 
-    // Makes a picture of another size, by a filter that neither blurs nor rings much. 0 or -1.
+    // Makes a picture of another size, by a filter that neither blurs nor rings much. May be
+    // called by several threads at once. 0 or -1.
     int (*resize)(std::span<const std::uint32_t> words, int width, int height, int new_width,
                   int new_height, std::vector<std::uint32_t> *made, std::string *fault);
 };

@@ -78,11 +78,32 @@ TEST(image_plugin, values_become_display_bytes) {
         write_floats(folder / each.name, ImageSpec(3, 2, channels, each.type), values);
         image_buffer image;
         std::string fault;
-        ASSERT_EQ(module().read((folder / each.name).c_str(), &image, &fault), 0) << fault;
+        ASSERT_EQ(module().read((folder / each.name).c_str(), false, &image, &fault), 0) << fault;
         ASSERT_EQ(image.words.size(), 6U);
         for (const std::uint32_t got : image.words)
             EXPECT_TRUE(is_close(got, each.expected))
                 << each.name << " " << each.type << " x " << channels << std::hex << " " << got;
+    }
+}
+
+// Taken raw, linear values are not light; what is for display anyway is the same either way.
+TEST(image_plugin, raw_values_stay) {
+    const scratch_folder folder;
+    const struct {
+        const char *name;
+        OIIO::TypeDesc type;
+    } cases[] = {{"a.exr", OIIO::TypeHalf},   {"a.exr", OIIO::TypeFloat},
+                 {"a.hdr", OIIO::TypeFloat},  {"a.png", OIIO::TypeUInt16},
+                 {"a.tif", OIIO::TypeUInt16}, {"a.dpx", OIIO::TypeUInt16},
+                 {"a.rgb", OIIO::TypeUInt16}};
+    for (const auto &each : cases) {
+        write_floats(folder / each.name, ImageSpec(2, 1, 3, each.type),
+                     {0.5F, 0.25F, 7, 0.5F, 0.25F, 7});
+        image_buffer image;
+        std::string fault;
+        ASSERT_EQ(module().read((folder / each.name).c_str(), true, &image, &fault), 0) << fault;
+        for (const std::uint32_t got : image.words)
+            EXPECT_TRUE(is_close(got, word(128, 64, 255))) << each.name << std::hex << " " << got;
     }
 }
 
@@ -104,7 +125,7 @@ TEST(image_plugin, orientation_and_windows) {
         ImageSpec spec(3, 2, 1, OIIO::TypeUInt8);
         spec.attribute("Orientation", each.orientation);
         write_floats(folder / "a.tif", spec, values);
-        ASSERT_EQ(module().read((folder / "a.tif").c_str(), &image, &fault), 0) << fault;
+        ASSERT_EQ(module().read((folder / "a.tif").c_str(), false, &image, &fault), 0) << fault;
         EXPECT_EQ(image.width, each.width);
         std::vector<std::uint32_t> got;
         for (const std::uint32_t each_word : image.words)
@@ -121,14 +142,14 @@ TEST(image_plugin, orientation_and_windows) {
     spec.channelnames = {"Z", "beauty.R", "beauty.G", "beauty.B"};
     std::vector<float> white(24, 1);
     write_floats(folder / "a.exr", spec, white);
-    ASSERT_EQ(module().read((folder / "a.exr").c_str(), &image, &fault), 0) << fault;
+    ASSERT_EQ(module().read((folder / "a.exr").c_str(), false, &image, &fault), 0) << fault;
     const std::uint32_t w = word(255, 255, 255);
     EXPECT_EQ(image.words, (std::vector<std::uint32_t>{0, 0, 0, 0, 0, 0, 0, 0, w, w, 0, 0}));
 
     // An uncompressed 24-bit image of the oldest kind, 1 x 2, stored bottom row first.
     std::string old("\0\0\2\0\0\0\0\0\0\0\0\0\1\0\2\0\30\0", 18);
     write_bytes(folder / "a.tga", old + std::string("\0\0\xff", 3) + std::string("\xff\0\0", 3));
-    ASSERT_EQ(module().read((folder / "a.tga").c_str(), &image, &fault), 0) << fault;
+    ASSERT_EQ(module().read((folder / "a.tga").c_str(), false, &image, &fault), 0) << fault;
     EXPECT_EQ(image.words, (std::vector<std::uint32_t>{word(255, 0, 0), word(0, 0, 255)}));
 }
 
@@ -144,7 +165,7 @@ TEST(image_plugin, refuses) {
     for (const char *name : {"text.png", "empty.exr", "cut.exr", "huge.pgm", "absent.tif"}) {
         image_buffer image;
         std::string fault;
-        EXPECT_EQ(module().read((folder / name).c_str(), &image, &fault), -1) << name;
+        EXPECT_EQ(module().read((folder / name).c_str(), false, &image, &fault), -1) << name;
         EXPECT_NE(fault, "") << name;
     }
     std::string fault;

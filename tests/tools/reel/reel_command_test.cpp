@@ -1,16 +1,12 @@
 // The real program over real files.
-#include "tests/tools/reel/scratch_folder.h"
+#include "tests/tools/reel/run_program.h"
 
 #include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <csignal>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -22,54 +18,6 @@ constexpr int width = 24;
 constexpr int height = 16;
 constexpr int header_bytes = 28;
 constexpr std::size_t frame_bytes = 18 + 4 + 6 * 6 * 4; // one chunk of a frame of flat blocks
-
-using arguments = std::vector<std::string>;
-
-struct outcome {
-    int status = -1; // exit status, or minus the signal that ended it
-    std::string out;
-    std::string err;
-};
-
-// Starts the program with its outputs in files of the folder `logs`.
-pid_t start_program(const scratch_folder &logs, const arguments &words, rlim_t file_limit) {
-    std::vector<const char *> argv = {REEL_PROGRAM};
-    for (const std::string &each : words)
-        argv.push_back(each.c_str());
-    argv.push_back(nullptr);
-    const std::string out = logs / "out";
-    const std::string err = logs / "err";
-    const pid_t child = ::fork();
-    if (child == 0) {
-        constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC;
-        ::dup2(::open(out.c_str(), flags, 0600), STDOUT_FILENO);
-        ::dup2(::open(err.c_str(), flags, 0600), STDERR_FILENO);
-        const struct rlimit limit = {file_limit, file_limit};
-        if (file_limit != RLIM_INFINITY)
-            ::setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGINT, SIG_DFL);
-        std::signal(SIGPIPE, SIG_DFL);
-        ::execv(REEL_PROGRAM, const_cast<char **>(argv.data()));
-        ::_exit(127);
-    }
-    return child;
-}
-
-outcome wait_for(const scratch_folder &logs, pid_t child) {
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), read_bytes(logs / "out"),
-            read_bytes(logs / "err")};
-}
-
-outcome run(const arguments &words, rlim_t file_limit = RLIM_INFINITY) {
-    const scratch_folder logs;
-    return wait_for(logs, start_program(logs, words, file_limit));
-}
-
-bool contains(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
 
 // Frame n of the test film: 4 x 4 blocks of one colour each, all different in any mirror image.
 // Frame 3 is the same as frame 2.
