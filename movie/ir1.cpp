@@ -34,21 +34,26 @@ int get_size(std::span<const std::uint8_t> from, std::size_t at) {
     return value <= ir1_max_dimension && value % ir1_block_size == 0 ? value : -1;
 }
 
+ir1_colours make_colours() {
+    ir1_colours colours;
+    std::size_t i = 0;
+    for (std::uint32_t red = 0; red < 32; ++red) {
+        for (std::uint32_t green = 0; green < 32; ++green) {
+            for (std::uint32_t blue = 0; blue < 32; ++blue) {
+                colours[i++] = blue << 19U | green << 11U | red << 3U;
+            }
+        }
+    }
+    colours.computed = true;
+    return colours;
+}
+
 } // namespace
 
 ir1_table IR1_init_tables() {
+    static const ir1_colours colours = make_colours(); // opening many movies only copies it
     try {
-        auto table = std::make_shared<ir1_colours>();
-        std::size_t i = 0;
-        for (std::uint32_t red = 0; red < 32; ++red) {
-            for (std::uint32_t green = 0; green < 32; ++green) {
-                for (std::uint32_t blue = 0; blue < 32; ++blue) {
-                    (*table)[i++] = blue << 19U | green << 11U | red << 3U;
-                }
-            }
-        }
-        table->computed = true;
-        return table;
+        return std::make_shared<ir1_colours>(colours);
     } catch (const std::bad_alloc &) {
         return nullptr;
     }
