@@ -1,42 +1,14 @@
 #include "tools/reel/image_io.h"
 
-#include "tools/reel/report.h"
-
-#include <dlfcn.h>
-#include <filesystem>
+#include "tools/reel/module_file.h"
 
 namespace reel {
 
 namespace {
 
-constexpr const char *module_places[] = {"reel_images.so", "../lib/playertool/reel_images.so"};
-
-// The module's path, or where it should have been.
-std::filesystem::path find_module() {
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    std::filesystem::path path;
-    for (const char *place : module_places) {
-        path = (program.parent_path() / place).lexically_normal();
-        if (std::filesystem::exists(path, error))
-            break;
-    }
-    return path;
-}
-
 const image_module *open_module() {
-    // Never closed: its procedures are used until the program ends.
-    void *handle = ::dlopen(find_module().c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-        report("the image readers cannot be loaded: %s", ::dlerror());
-        return nullptr;
-    }
-    void *symbol = ::dlsym(handle, image_module_symbol);
-    if (symbol == nullptr) {
-        report("the image readers cannot be used: %s", ::dlerror());
-        return nullptr;
-    }
-    return reinterpret_cast<image_module_procedure *>(symbol)();
+    void *entry = load_module("reel_images.so", image_module_symbol, "image readers");
+    return entry != nullptr ? reinterpret_cast<image_module_procedure *>(entry)() : nullptr;
 }
 
 } // namespace
