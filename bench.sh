@@ -3,14 +3,20 @@
 #
 #   ./bench.sh codec [--json FILE]     the movie codec, against memory and FFmpeg (2 minutes)
 #   ./bench.sh read [--json FILE]      finding and reading the frames of a long movie
+#   ./bench.sh toolkit                 objects made, changed and deleted; texts and icons drawn
 #   ./bench.sh playback [...]          playing on a virtual display; see bench/playback
 #
-# --json FILE: the single measurements too, as Google Benchmark writes them. Each benchmark runs on
+# --json FILE: the single measurements too, as Google Benchmark writes them. Each program runs on
 # one core. Close what else is running; what can not be closed falls on all rows alike.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
-usage() { sed -n '2,9s/^# \{0,1\}//p' "$0"; }
+usage() { sed -n '2,10s/^# \{0,1\}//p' "$0"; }
+
+refuse() {
+    usage >&2
+    exit 2
+}
 
 # Builds one benchmark in build/bench.
 build() {
@@ -34,7 +40,7 @@ run_pinned() {
     core=$(sed -n 's/^Cpus_allowed_list:.*[^0-9]\([0-9]\{1,\}\)$/\1/p' /proc/self/status)
     echo "processor: $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), core $core;" \
         "load before: $(cut -d ' ' -f 1 /proc/loadavg)"
-    exec taskset -c "$core" "$here/build/bench/bin/$1" "${@:2}"
+    taskset -c "$core" "$here/build/bench/bin/$1" "${@:2}"
 }
 
 run() {
@@ -47,10 +53,7 @@ run() {
         : >>"$2" || exit 1 # told by the shell, before minutes are spent
         arguments=("--benchmark_out=$2" --benchmark_out_format=json)
         ;;
-    *)
-        usage >&2
-        exit 2
-        ;;
+    *) refuse ;;
     esac
     build "$program"
     run_pinned "$program" "${arguments[@]}"
@@ -59,13 +62,16 @@ run() {
 case "${1-}" in
 codec) run bench_codec "${@:2}" ;;
 read) run bench_read "${@:2}" ;;
+toolkit)
+    [ $# -eq 1 ] || refuse
+    programs=(bench_toolkit_objects bench_toolkit_text bench_toolkit_icons)
+    for program in "${programs[@]}"; do build "$program"; done
+    for program in "${programs[@]}"; do run_pinned "$program"; done
+    ;;
 playback)
     shift
     exec "$here/bench/playback" "$@"
     ;;
 '' | -h | --help) usage ;;
-*)
-    usage >&2
-    exit 2
-    ;;
+*) refuse ;;
 esac

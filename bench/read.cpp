@@ -54,7 +54,7 @@ int create_file(movie_file &file) {
     return 0;
 }
 
-// The data of a frame: a picture's size, and blocks that tell the frame's number.
+// The data of a frame: its number, again and again.
 void fill_data(int index, std::span<std::uint8_t> data) {
     for (std::size_t i = 0; i < data.size(); i += 4)
         movie::put_unsigned(&data[i], static_cast<std::uint32_t>(index));
@@ -85,6 +85,7 @@ int write_movie(movie_file &file, int held) {
 struct reader {
     movie::vf_owner film;
     std::vector<std::uint8_t> buffer;
+    int have = -1; // the frame whose data is in the buffer
     int held = 1;
 };
 
@@ -97,14 +98,19 @@ int open_reader(const movie_file &file, int held, reader &reader) {
     return 0;
 }
 
+// As a player reads.
 bool read_frame(reader &reader, int index) {
     movie::vf_frame where;
-    return movie::VFfindframe(*reader.film, index, &where) == movie::vf_find::found &&
-           movie::VFreadframe(*reader.film, where, reader.buffer) == 0;
+    if (movie::VFfetchframe(*reader.film, index, reader.have, reader.buffer, &where) !=
+        movie::vf_find::found)
+        return false;
+    reader.have = where.index;
+    return true;
 }
 
 // What a program does that knows the place already.
 bool read_plainly(reader &reader, int index) {
+    reader.have = -1; // the buffer is not filled as it is for frames
     const std::int64_t place = reader.film->offsets[static_cast<std::size_t>(index)];
     return movie::read_at(fileno(reader.film->stream.get()), place + movie::vf_chunk_bytes,
                           reader.buffer);

@@ -11,7 +11,7 @@ function(add_module name)
 
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
        ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
-  if(PLAYER_TESTS AND headers)
+  if(PLAYER_TESTS AND NOT PLAYER_SANITIZE AND headers)
     set(units)
     foreach(header IN LISTS headers)
       string(MAKE_C_IDENTIFIER ${header} unit)
@@ -21,6 +21,7 @@ function(add_module name)
     endforeach()
     add_library(${name}_headers OBJECT ${units})
     target_link_libraries(${name}_headers PRIVATE ${name} ${arg_PRIVATE_LINKS})
+    target_compile_options(${name}_headers PRIVATE -O0 -U_FORTIFY_SOURCE) # nobody runs it
   endif()
 
   if(arg_INSTALL)
@@ -31,6 +32,17 @@ function(add_module name)
             FILES_MATCHING PATTERN "*.h")
   endif()
 endfunction()
+
+# The headers that every test includes, compiled once. Tests themselves need no optimiser.
+set(test_optimisation $<$<CONFIG:Release>:-O1>)
+if(PLAYER_TESTS)
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")
+  add_executable(test_headers ${CMAKE_BINARY_DIR}/test_headers.cpp)
+  target_link_libraries(test_headers PRIVATE GTest::gtest)
+  target_compile_options(test_headers PRIVATE ${test_optimisation})
+  target_precompile_headers(test_headers PRIVATE <gtest/gtest.h> <algorithm> <array> <functional>
+                            <memory> <random> <span> <string> <vector>)
+endif()
 
 # add_unit_test(NAME SOURCES file... LINKS target... [TIMEOUT seconds])
 #
@@ -43,6 +55,8 @@ function(add_unit_test name)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} GTest::gtest GTest::gtest_main)
+  target_compile_options(${name} PRIVATE ${test_optimisation})
+  target_precompile_headers(${name} REUSE_FROM test_headers)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT

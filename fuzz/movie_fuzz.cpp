@@ -43,6 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         movie::vf_frame where;
         movie::vf_frame again;
         const movie::vf_find found = movie::VFfindframe(*film, i, &where);
+        film->repeats_to = -1; // forgotten: fetching walks by itself
         if (movie::VFfetchframe(*film, i, -1, fetched, &again) != found)
             std::abort();
         if (found != movie::vf_find::found)

@@ -162,9 +162,10 @@ std::int64_t decode_blocks(const ir1_colours &colours, std::span<const std::uint
 // ---- Encoding ----------------------------------------------------------------------------------
 
 using vector = __m256i;
+constexpr int lanes = 2;
 #define V(name) _mm256_##name
 #define V_BITS(name) _mm256_##name##_si256
-#include "movie/ir1_encode.inc"
+#include "movie/ir1_encode_kernel.h"
 #undef V
 #undef V_BITS
 

@@ -111,6 +111,7 @@ std::int64_t decode_blocks(const ir1_colours &colours, std::span<const std::uint
 // ---- Encoding ----------------------------------------------------------------------------------
 
 using vector = __m128i;
+constexpr int lanes = 1;
 #define V(name) _mm_##name
 #define V_BITS(name) _mm_##name##_si128
 
@@ -126,7 +127,7 @@ IR1_INLINE __m128i first_lane(vector only) {
     return only;
 }
 
-#include "movie/ir1_encode.inc"
+#include "movie/ir1_encode_kernel.h"
 #undef V
 #undef V_BITS
 

@@ -198,6 +198,7 @@ int create_movie(vf_movie &film, const char *name) {
     film.stream.reset();
     film.repeats_to = -1;
     film.fetched = -1;
+    film.fetched_end = 0;
     film.reported.clear();
     film.name = name != nullptr ? name : "(temporary movie)";
     if (!prepare_table(film)) {
@@ -262,8 +263,8 @@ bool reserve(vf_chunk &chunk, std::size_t size) {
 int read_chunk(const vf_movie &film, std::int64_t place, vf_chunk &chunk) {
     const int file = vf_descriptor(film);
     std::array<std::uint8_t, vf_chunk_bytes> head{};
-    const std::size_t there = read_up_to(file, place, head, {});
-    if (there < head.size()) {
+    if (!read_at(file, place, head)) {
+        const std::size_t there = read_up_to(file, place, head, {}); // how far it goes
         return there < chunk.header.size() ? 1 : there < vf_chunk_size_offset ? 2 : 3;
     }
     std::copy_n(head.begin(), chunk.header.size(), chunk.header.begin());
@@ -334,16 +335,14 @@ int append_chunk(vf_movie &film, int index, std::span<const std::uint8_t> data) 
     }
     std::array<std::uint8_t, vf_chunk_bytes> head{};
     put_unsigned(&head[vf_chunk_size_offset], static_cast<std::uint32_t>(data.size()));
-    if (!write_at(file, end, head) || !write_at(file, end + vf_chunk_bytes, data)) {
+    std::array<std::uint8_t, vf_entry_bytes> entry{};
+    put_unsigned(entry.data(), static_cast<std::uint32_t>(end));
+    if (!write_at(file, end, head) || !write_at(file, end + vf_chunk_bytes, data) ||
+        !write_at(file, vf_table_end(index), entry)) {
         const int reason = errno;
         // What there is of the chunk would only take space: nothing points at it.
         [[maybe_unused]] const int cut = ftruncate(file, end);
         return reason;
-    }
-    std::array<std::uint8_t, vf_entry_bytes> entry{};
-    put_unsigned(entry.data(), static_cast<std::uint32_t>(end));
-    if (!write_at(file, vf_table_end(index), entry)) {
-        return errno;
     }
     film.offsets[static_cast<std::size_t>(index)] = static_cast<std::int32_t>(end);
     film.repeats_to = -1;

@@ -131,7 +131,7 @@ void VFclose(vf_owner film);
 // reused. Returns 0, and the stream stands behind the chunk; or -1 after "VFreadchunk: read
 // error. 1" (2, 3; 4 is spelt "VFreadchuck") on standard error, and the stream stands where it
 // was, the record without data. A size that is negative or runs past the end of the file is error
-// 4, before anything is allocated.
+// 4, before anything is allocated, and so is one that there is no memory for.
 [[nodiscard]] int VFreadchunk(vf_movie &film, vf_chunk &chunk);
 
 // Decodes a chunk into image, film.width x film.height words rounded down to multiples of 4.

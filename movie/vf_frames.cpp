@@ -140,17 +140,23 @@ void announce_frame(vf_movie &film, int index) {
 
 // Reads the data of exactly this frame; `none` when its chunk has no data. What can not be read at
 // once (damage, most likely) is left to those who say why.
-vf_find fetch_own_data(vf_movie &film, int index, std::span<std::uint8_t> buffer, vf_frame *where) {
+//   with_data  whether data is read together with the chunk's head; cleared when that was in vain:
+//              a long run of repeats whose chunks lie in any order would cost as much data as it
+//              has frames
+vf_find fetch_own_data(vf_movie &film, int index, std::span<std::uint8_t> buffer, bool &with_data,
+                       vf_frame *where) {
     const std::int64_t entry = look_up_entry(film, index);
     if (entry == 0) {
         return vf_find::absent;
     }
     std::array<std::uint8_t, vf_chunk_bytes> head{};
-    const auto room = buffer.first(std::min(buffer.size(), most_data(film, index)));
+    const std::size_t most = with_data ? most_data(film, index) : 0;
+    const auto room = buffer.first(std::min(buffer.size(), most));
     const bool in_place = entry >= vf_table_end(std::ssize(film.offsets));
     const std::size_t there = in_place ? read_up_to(vf_descriptor(film), entry, head, room) : 0;
     const std::int64_t size = there >= head.size() ? get_signed(&head[vf_chunk_size_offset]) : -1;
     if (size == 0) {
+        with_data = with_data && there == head.size();
         film.fetched_end += entry == film.fetched_end ? vf_chunk_bytes : 0;
         return vf_find::none;
     }
@@ -177,9 +183,10 @@ vf_find fetch_own_data(vf_movie &film, int index, std::span<std::uint8_t> buffer
 
 vf_find VFfetchframe(vf_movie &film, int index, int have, std::span<std::uint8_t> buffer,
                      vf_frame *where) {
+    bool with_data = true;
     return walk_repeats(film, index, [&](int i) {
         if (i != have) {
-            return fetch_own_data(film, i, buffer, where);
+            return fetch_own_data(film, i, buffer, with_data, where);
         }
         where->index = i;
         return vf_find::found;

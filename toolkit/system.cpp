@@ -1,23 +1,106 @@
 #include "toolkit/system.h"
 
 #include "platform/gl/screen.h"
+#include "toolkit/demons/generic_demons.h"
+#include "toolkit/demons/window_demons.h"
+#include "toolkit/events/event_input.h"
+#include "toolkit/graphics/bitmaps.h"
+#include "toolkit/graphics/colours.h"
+#include "toolkit/graphics/fonts.h"
+#include "toolkit/graphics/saved_rects.h"
+#include "toolkit/graphics/spaces.h"
+#include "toolkit/graphics/window_calls.h"
+#include "toolkit/graphics/window_table.h"
+#include "toolkit/objects/object_model.h"
+
+#include <algorithm>
+#include <limits>
 
 namespace toolkit {
 
 namespace {
+
 bool running = false;
+
+// ---- what the window table and the input ask of the layers above them
+
+screen_box box_of_owner(object *owner) {
+    return static_cast<display_object *>(owner)->box;
 }
+
+void move_owner(object *owner, int dx, int dy) {
+    const box_move delta = {static_cast<std::int16_t>(dx), static_cast<std::int16_t>(dy)};
+    display_move_message(owner, delta);
+}
+
+void take_first_demon(object *owner) {
+    if (inq_demon_god() == nullptr && is_demon(owner))
+        set_demon_god(static_cast<demon *>(owner));
+}
+
+void install_calls() {
+    set_window_hooks({.set_demon_god = take_first_demon,
+                      .demon_box = box_of_owner,
+                      .move_demon = move_owner,
+                      .draw_demon = display_draw_message,
+                      .gl_input_init = gl_input_init,
+                      .is_Cypress = [] { return gl_is_Cypress; }});
+    set_window_calls({gl_refresh, gl_win_freeze, gl_win_thaw, gl_close_iris_wid});
+}
+
+void device_init() {
+    static_cast<void>(gl::getgdesc(gl::GD_XPMAX)); // the first question connects
+    gl_init_font_table();
+    gl_init_bitmap_table();
+}
+
+// The root of all demons: as large as the screen, of no window, never seen itself.
+void create_demon_god() {
+    generic_demon *god = create_generic_demon(nullptr, 0, 0, nullptr);
+    if (god == nullptr)
+        return;
+    int width = 0, height = 0;
+    gl_inq_screen_size(&width, &height);
+    constexpr int largest = std::numeric_limits<std::int16_t>::max();
+    god->box = {0, 0, static_cast<std::int16_t>(std::min(width, largest)),
+                static_cast<std::int16_t>(std::min(height, largest))};
+    god->draw = god->erase = god->hilite = god->dehilite = nullptr;
+    demon_visibility_message(god, true); // what it adopts has this from it
+    demon_enable_input_message(god, true);
+    set_demon_god(god);
+}
+
+// The demons go while their windows, pictures and callbacks are there to be used.
+void destroy_demons() {
+    destroy_all_iris_windows();
+    demon_destroy_message(inq_demon_god());
+    set_demon_god(nullptr);
+}
+
+} // namespace
 
 void system_init() {
     if (running)
         return;
     running = true;
-    static_cast<void>(gl::getgdesc(gl::GD_XPMAX)); // the first question connects
+    device_init();
+    install_calls();
+    create_demon_god();
 }
 
 void system_terminate() {
-    gl::gexit();
+    if (!running)
+        return;
     running = false;
+    destroy_demons();
+    terminate_objects();
+    gl_free_window_table();
+    gl_delete_all_rects();
+    gl_free_color_maps();
+    gl_free_bitmap_table();
+    gl_free_font_table();
+    set_window_calls({});
+    gl::gexit();
 }
 
 } // namespace toolkit

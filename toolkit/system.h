@@ -8,11 +8,13 @@
 
 namespace toolkit {
 
-// Connects to the display. Without one the process ends with exit status 1 and a message. Calls
-// after the first do nothing until system_terminate.
+// Connects to the display and makes the demon god, as large as the screen. Without a display the
+// process ends with exit status 1 and a message. Calls after the first do nothing until
+// system_terminate.
 void system_init();
 
-// Closes all windows and gives the display back.
+// Destroys all demons, window demons of every kind first (their callbacks are told), closes all
+// windows and gives the display back. system_init may be called again afterwards.
 void system_terminate();
 
 } // namespace toolkit

@@ -186,12 +186,12 @@ TEST_F(Vf, FindsFramesBehindRepeats) {
     EXPECT_EQ(find(1), first);
 }
 
-// The reads that this process makes while work is done.
-template <typename work_call> long reads_of(work_call work) {
-    const auto reads = [] {
+// What this process reads while work is done: how often ("syscr:"), or how many bytes ("rchar:").
+template <typename work_call> long reads_of(work_call work, const char *counter = "syscr:") {
+    const auto reads = [counter] {
         std::ifstream counters("/proc/self/io");
         const std::vector<std::string> words{std::istream_iterator<std::string>(counters), {}};
-        const auto name = std::ranges::find(words, "syscr:");
+        const auto name = std::ranges::find(words, counter);
         return name + 1 < words.end() ? std::stol(name[1]) : 0;
     };
     reads(); // whatever it costs only once
@@ -241,6 +241,32 @@ TEST_F(Vf, FetchingAFrameIsOneRead) {
     };
     EXPECT_EQ(reads_of(anywhere), 1000);
     EXPECT_EQ(reads_of([&] { fetch(59999); }), 2); // what it repeats is another one
+}
+
+// One empty chunk with much behind it may stand for many repeats: none of that is read for each.
+TEST_F(Vf, RepeatsThatShareAChunkAreReadBriefly) {
+    constexpr int count = 2000;
+    movie::vf_movie writer = blank_film(count, 400, 400);
+    writer.offsets.clear();
+    ASSERT_EQ(movie::VFopenWrite(writer, file.c_str()), 0);
+    const bytes data(movie::vf_max_data_bytes(writer), 1);
+    ASSERT_EQ(movie::VFappend(writer, 1, {}), 0);
+    ASSERT_EQ(movie::VFappend(writer, 0, data), 0);
+    bytes content = load();
+    for (std::size_t i = 2; i < count; ++i) {
+        content = edited(std::move(content), 28 + 4 * i, writer.offsets[1]);
+    }
+    save(content);
+    const movie::vf_owner film = movie::VFopen(file.c_str(), "r");
+    ASSERT_NE(film, nullptr);
+    bytes buffer(data.size());
+    const auto fetch_last = [&] {
+        movie::vf_frame where;
+        ASSERT_EQ(movie::VFfetchframe(*film, count - 1, -1, buffer, &where), vf_find::found);
+        ASSERT_EQ(where.index, 0);
+    };
+    EXPECT_LT(reads_of(fetch_last, "rchar:"), 4 * static_cast<long>(data.size()));
+    EXPECT_EQ(buffer, data);
 }
 
 // Walking all of it for each frame again would take minutes, whatever is at its end.

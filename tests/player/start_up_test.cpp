@@ -96,7 +96,9 @@ TEST_F(start_up_test, font_variables_count_only_when_all_five_are_usable) {
         EXPECT_EQ(toolkit::gl_inq_font_names_table(), nullptr) << bad;
     }
     setenv("VORTAN_FONT_BOLD", ":Deja Vu::10.5pt:more", 1);
-    setenv("VORTAN_FONT_IBOLD", (std::string(500, 'x') + ":9").c_str(), 1);
+    std::string too_long(500, 'x');
+    too_long += ":9";
+    setenv("VORTAN_FONT_IBOLD", too_long.c_str(), 1);
     EXPECT_EQ(said(), "");
     const toolkit::font_names *fonts = toolkit::gl_inq_font_names_table();
     ASSERT_NE(fonts, nullptr);

@@ -22,8 +22,7 @@ namespace toolkit {
     return index | 1;
 }
 
-// --- the interface's greys and accents, 128 .. 159
-// -------------------------------------------------
+// --- the interface's greys and accents, 128 .. 159 -----------------------------------------------
 inline constexpr int fixed_colours_first = 128;
 inline constexpr int fixed_colours_count = 32;
 
@@ -45,9 +44,8 @@ inline constexpr int colour_face = 154;           // a window's inside
 inline constexpr int colour_picture_ground = 156; // around and behind the picture
 inline constexpr int colour_progress = 158;       // the progress bar's pure red
 
-// --- the bevel-button block, 160 .. 175
-// ------------------------------------------------------------ gl_inquire_bevel_button_block() is
-// the block's number; these are places in it.
+// --- the bevel-button block, 160 .. 175 ----------------------------------------------------------
+// gl_inquire_bevel_button_block() is the block's number; these are places in it.
 inline constexpr int bevel_block_first = 160;
 inline constexpr int bevel_block_count = 16;
 
@@ -60,8 +58,8 @@ inline constexpr int bevel_disabled_text = 10;
 inline constexpr int bevel_pressed = 12; // face while pressed
 inline constexpr int bevel_accent = 14;  // face or mark of what is switched on
 
-// --- overlay
-// ---------------------------------------------------------------------------------------
-inline constexpr int overlay_clear = 0; // the picture shows through
+// --- overlay -------------------------------------------------------------------------------------
+inline constexpr int overlay_clear = 0;  // the picture shows through
+inline constexpr int overlay_cursor = 1; // what demons draw for a cursor
 
 } // namespace toolkit

@@ -108,10 +108,9 @@ void gl_get_color_map_entry(const color_map *map, int index, std::uint32_t *colo
 // The default map's entry from components.
 void gl_map_color(int index, int red, int green, int blue);
 
-// --- the maps of windows
-// --------------------------------------------------------------------------- wid is a toolkit
-// window id (window_table.h). A window without a map of its own has the default map, and these
-// calls then work on that.
+// --- the maps of windows -------------------------------------------------------------------------
+// wid is a toolkit window id (window_table.h). A window without a map of its own has the default
+// map, and these calls then work on that.
 
 // Gives a window a map (null: the default one). A local map is mapped while some window has it:
 // the colours of its blocks are written to the display's table when the first one takes it, and

@@ -15,8 +15,7 @@
 
 namespace toolkit {
 
-// --- colour
-// ----------------------------------------------------------------------------------------
+// --- colour --------------------------------------------------------------------------------------
 
 // What is drawn with from now on. An index that the default map does not have is ignored.
 void gl_set_draw_value(int index);
@@ -24,8 +23,7 @@ void gl_set_draw_value(int index);
 // 255 when the current window is in RGB mode, else 0.
 [[nodiscard]] int gl_inq_color_mode();
 
-// --- boxes
-// -----------------------------------------------------------------------------------------
+// --- boxes ---------------------------------------------------------------------------------------
 
 void gl_draw_box(const screen_box &box);            // its outermost pixels
 void gl_fill_box(const screen_box &box, int index); // index is the drawing value then
@@ -36,8 +34,7 @@ void gl_outline_fill_box(const screen_box &box, int fill, int outline);
 // A box `margin` pixels inside its edges on all sides; none when it is too small.
 [[nodiscard]] screen_box inside(const screen_box &box, int margin);
 
-// --- lines, points and circles
-// -----------------------------------------------------------------------
+// --- lines, points and circles -------------------------------------------------------------------
 
 void gl_draw_line(int x1, int y1, int x2, int y2); // both ends are drawn
 void gl_draw_point(int x, int y);

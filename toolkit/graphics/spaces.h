@@ -19,15 +19,13 @@
 
 namespace toolkit {
 
-// --- the screen
-// ------------------------------------------------------------------------------------
+// --- the screen ----------------------------------------------------------------------------------
 
 // Its size in pixels.
 void gl_inq_screen_size(int *width, int *height);
 void gl_get_device_extent(int *width, int *height); // the same
 
-// --- coordinates
-// -----------------------------------------------------------------------------------
+// --- coordinates ---------------------------------------------------------------------------------
 
 // Screen coordinates from now on, the whole window to draw in. Nothing changes when they are
 // selected already: a clip box stays.
@@ -51,8 +49,7 @@ struct gl_viewport {
 [[nodiscard]] gl_viewport gl_get_viewport();
 void gl_put_viewport(const gl_viewport &viewport); // and no clip box
 
-// --- clipping
-// --------------------------------------------------------------------------------------
+// --- clipping ------------------------------------------------------------------------------------
 
 // Only pixels of the box are touched from now on, and of those only the ones that were let through
 // before, so that a thing within a thing never draws outside of it. In the coordinates selected.

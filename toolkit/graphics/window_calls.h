@@ -11,8 +11,7 @@
 
 namespace toolkit {
 
-// --- the current window
-// ----------------------------------------------------------------------------
+// --- the current window --------------------------------------------------------------------------
 
 // The current window, or no_window.
 [[nodiscard]] int gl_get_win();
@@ -26,8 +25,7 @@ void gl_win_set(int wid);
 // program's window is.
 [[nodiscard]] int gl_get_win_pos(int x, int y);
 
-// --- one window
-// ------------------------------------------------------------------------------------
+// --- one window ----------------------------------------------------------------------------------
 
 void gl_win_pop(int wid); // above the others, and back from an icon
 
@@ -39,8 +37,7 @@ void gl_double_buffer(int wid, bool on);
 // is lost: it is cleared.
 void gl_set_win_color_mode(int wid, bool by_index);
 
-// --- by the GL's number, as events name windows
-// --------------------------------------------------------
+// --- by the GL's number, as events name windows --------------------------------------------------
 
 // Draws a window again, or all of them with all_windows. Frozen ones wait until they thaw. The
 // current window stays the current one.

@@ -23,8 +23,7 @@
 
 namespace toolkit {
 
-// --- records
-// ---------------------------------------------------------------------------------------
+// --- records -------------------------------------------------------------------------------------
 
 inline constexpr int no_window = -1;         // no toolkit window id, no GL window
 inline constexpr int batch_mode_window = -2; // what opens in batch mode
@@ -52,8 +51,7 @@ extern std::int32_t curr_wid; // the current window's id, or no_window
 [[nodiscard]] window_record *gl_get_window_record(int wid);
 [[nodiscard]] int gl_find_wid(int gl_window);
 
-// --- what lies above
-// -------------------------------------------------------------------------------
+// --- what lies above -----------------------------------------------------------------------------
 
 // Bits of an owner's object::flags that closing heeds.
 inline constexpr std::uint16_t flag_ends_program = 0x200; // its closing ends the program: ask
@@ -80,8 +78,7 @@ inline constexpr int quit_refused =
     2; // what it answers to keep the window; anything else closes it
 void set_quit_function(quit_function function, word argument);
 
-// --- opening and closing
-// -----------------------------------------------------------------------------
+// --- opening and closing -------------------------------------------------------------------------
 
 // Opens a window at the demon's box: RGB mode, single-buffered, cleared in colour_background,
 // screen coordinates, cursor cursor_crossed. It is the current one then.

@@ -64,6 +64,7 @@ object_class *derive_object_class(object_class *parent, std::string_view name) {
         cls->parent = parent;
         cls->methods = parent->methods;
         cls->bindings = parent->bindings;
+        cls->released = parent->released;
     } else if (parent != nullptr) {
         report_misuse("derive_object_class", "the parent is no class");
     }

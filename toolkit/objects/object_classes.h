@@ -71,6 +71,11 @@ struct object_class {
     object_set *first_set = nullptr;
     word spare_word = 0;
 
+    // Called for every object that is about to stop being live, however that comes; classes that
+    // derive have it too. For layers that link their records: it may change records, but neither
+    // create nor delete objects nor send messages. Who creates a class may set it.
+    void (*released)(object *gone) = nullptr;
+
     object_class **home = nullptr; // the variable that keep_class_in fills
     int sets_in_deletion = 0;      // delete_set calls that run; the class outlives them
     bool dying = false;

@@ -98,6 +98,8 @@ void release_object(object *o) {
     set->count--;
     if ((o->flags & flag_named) != 0)
         forget_name(o);
+    if (o->class_->released != nullptr)
+        o->class_->released(o);
     o->birth = 0;
     o->next = set->free_list;
     set->free_list = o;

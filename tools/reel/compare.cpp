@@ -38,6 +38,7 @@ struct comparing {
     std::array<kept_pictures, max_workers> kept;
     std::mutex guard; // of all below
     comparison found;
+    lost_frames lost; // by the numbers of a
     progress meter;
 };
 
@@ -96,8 +97,11 @@ int write_difference(comparing &work, const picture_part &part, const kept_pictu
         const std::lock_guard lock(work.guard);
         return give_up(work, "%s: it would be too large for an image", path.c_str());
     }
-    if (write_picture_file(path, made) != 0)
+    if (write_picture_file(path, made) != 0) {
+        const std::lock_guard lock(work.guard);
+        leave_progress(work.meter); // the report stands below it
         return -1;
+    }
     if (!work.every)
         std::fprintf(stderr, "reel: %s: frame %lld%sthe difference multiplied by %d\n",
                      path.c_str(), static_cast<long long>(shown.number),
@@ -122,15 +126,15 @@ void keep_pictures(const comparing &work, const compared_frame &frame, picture_s
     std::swap(kept.b, at.pictures[1]);
 }
 
-// A frame that one of the inputs does not have is reported and left out.
+// A frame that one of the inputs does not have is left out.
 bool is_left_out(comparing &work, const picture_set &at) {
     const std::lock_guard lock(work.guard);
     for (const std::string &fault : at.faults) {
         if (fault.empty())
             continue;
-        clear_progress(work.meter);
-        report_source_fault(fault);
+        add_lost_frame(work.lost, number_of(work, at.position), fault);
         ++work.found.left_out;
+        step_progress(work.meter);
         return true;
     }
     return false;
@@ -284,11 +288,12 @@ int tell(comparing &work, const picture_walk &walk) {
     comparison &found = work.found;
     std::sort(found.frames.begin(), found.frames.end(),
               [](const auto &one, const auto &other) { return one.number < other.number; });
-    int result = note_lengths(work, walk);
+    report_lost_frames(work.lost);
     if (found.frames.empty()) {
         report("%s and %s: there are no frames to compare", found.a.c_str(), found.b.c_str());
         return -1;
     }
+    int result = note_lengths(work, walk);
     if (options.json)
         print_comparison_as_json(found);
     else

@@ -2,9 +2,22 @@
 #include "tools/reel/compare.h"
 #include "tools/reel/difference.h"
 
+#include <charconv>
+#include <cmath>
 #include <memory>
 
 namespace reel {
+
+namespace {
+
+std::string check_decibels(const std::string &text) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool whole = error == std::errc() && end == text.data() + text.size();
+    return whole && std::isfinite(value) ? "" : "\"" + text + "\" is not a number";
+}
+
+} // namespace
 
 command_runner describe_compare(CLI::App &app) {
     const auto options = std::make_shared<compare_options>();
@@ -31,6 +44,7 @@ command_runner describe_compare(CLI::App &app) {
         ->needs(output);
     add_frames_option(app, options->frames, "Compare these frames only, by the numbers of A");
     app.add_option("--min-psnr", options->least_psnr, "Fail when a frame has fewer decibels")
+        ->check({check_decibels, ""})
         ->type_name("DB");
     app.add_flag("--identical", options->must_be_identical, "Fail when any pixel differs");
     app.add_flag("--list", options->list, "Tell the figures of every frame");

@@ -117,14 +117,6 @@ int find_ir1_rows(std::span<const std::uint8_t> ir1, const grid &blocks,
     return 0;
 }
 
-// Whether a stream is of this size, of width x height multiples of 4, and has all its blocks.
-bool is_whole(std::span<const std::uint8_t> ir1, int width, int height) {
-    movie::ir1_size size;
-    std::vector<std::size_t> starts;
-    return movie::ir1_read_size(ir1, &size) == 0 && size.width == width && size.height == height &&
-           find_ir1_rows(ir1, make_grid(width, height), starts) == 0;
-}
-
 // ---- notes
 //
 // For each block, in IR1's order, as few bits as tell its form:
@@ -410,6 +402,13 @@ std::uint8_t *write_blocks(std::span<const std::uint8_t> packet, const grid &blo
 
 } // namespace
 
+bool is_whole_ir1(std::span<const std::uint8_t> ir1, int width, int height) {
+    movie::ir1_size size;
+    std::vector<std::size_t> starts;
+    return movie::ir1_read_size(ir1, &size) == 0 && size.width == width && size.height == height &&
+           find_ir1_rows(ir1, make_grid(width, height), starts) == 0;
+}
+
 int cram_from_ir1(std::span<const std::uint8_t> ir1, std::vector<std::uint8_t> &packet) {
     movie::ir1_size size;
     std::vector<std::size_t> rows;
@@ -466,7 +465,7 @@ int ir1_from_cram(std::span<const std::uint8_t> packet, int width, int height,
     if (find_cram_rows(packet, blocks, frame) != 0)
         return -1;
     std::vector<std::uint8_t> previous;
-    if (frame.skips && is_whole(ir1, width, height))
+    if (frame.skips && is_whole_ir1(ir1, width, height))
         previous.swap(ir1);
     ir1.resize(movie::ir1_worst_case(width, height));
     std::uint8_t *to = put_ir1(ir1.data(), static_cast<unsigned>(width));

@@ -21,6 +21,10 @@
 
 namespace reel {
 
+// Whether an IR1 stream is of this size, of which both sides are multiples of 4, and has all its
+// blocks.
+[[nodiscard]] bool is_whole_ir1(std::span<const std::uint8_t> ir1, int width, int height);
+
 // Rewrites an IR1 stream as a frame, resizing packet. Returns 0, or -1 when the stream is not
 // whole.
 [[nodiscard]] int cram_from_ir1(std::span<const std::uint8_t> ir1,

@@ -23,6 +23,14 @@ bool wants_video(const decode_options &options) {
                std::end(video_extensions);
 }
 
+// Whether one of the frames has a picture, as far as the movie's table and chunks tell.
+bool has_picture(const decode_job &job) {
+    for (std::int64_t position = 0; position < count_selected(job.chosen); ++position)
+        if (job.movie.frames[static_cast<std::size_t>(frame_at(job, position))].source >= 0)
+            return true;
+    return false;
+}
+
 // Works out which frames are wanted. Returns 0, or -1 after a report.
 int choose_frames(decode_job &job) {
     const auto count = static_cast<std::int64_t>(job.movie.frames.size());
@@ -34,6 +42,12 @@ int choose_frames(decode_job &job) {
     job.chosen = job.options.frames.value_or(frame_selection{{0, count - 1}, 1});
     if (job.chosen.range.first < 0 || job.chosen.range.last >= count) {
         report("%s: there are frames 0-%lld only", name, static_cast<long long>(count - 1));
+        return -1;
+    }
+    if (!has_picture(job)) {
+        const int first = frame_at(job, 0);
+        report("%s: none of the frames can be shown; frame %d: %s", name, first,
+               describe_fault(job.movie, first).c_str());
         return -1;
     }
     if (job.width == 0 || job.height == 0) {

@@ -21,7 +21,7 @@ struct decode_options {
 // not be shown or a file not written.
 //
 // Images have their frames' numbers. A frame that cannot be shown is reported and left out, and
-// the rest is written; a file that cannot be written ends the run.
+// the rest, if there is any, is written; a file that cannot be written ends the run.
 //
 // A video is made when the extension is that of one (mp4, mov, mkv, webm, avi) or a codec is
 // given. It has a picture for each frame: where one cannot be shown, which is reported, the

@@ -2,20 +2,19 @@
 #include "tools/reel/decode_work.h"
 #include "tools/reel/image_io.h"
 #include "tools/reel/output_file.h"
+#include "tools/reel/parallel.h"
 #include "tools/reel/progress.h"
 #include "tools/reel/report.h"
 
 #include <algorithm>
 #include <exception>
 #include <mutex>
-#include <thread>
-#include <vector>
 
 namespace reel {
 
 namespace {
 
-constexpr unsigned max_threads = 16; // each holds a picture in memory, and an open output
+static_assert(max_workers <= max_open_outputs);
 
 // What the threads share. What is not const is used under the mutex only.
 struct image_writing {
@@ -30,20 +29,24 @@ struct image_writing {
     bool failed = false;       // nothing further is written
 };
 
-// Says something between the lines of progress. By a holder of the mutex.
-template <typename saying> void interrupt(image_writing &work, saying say) {
+// Reports the file that ends the run: of several that fail at once the first one.
+void report_failure(image_writing &work, const std::string &path, const std::string &fault) {
+    const std::lock_guard hold(work.mutex);
     clear_progress(work.meter);
-    say();
+    if (!work.failed)
+        report("%s: %s", path.c_str(), fault.c_str());
+    work.failed = true;
 }
 
-// Creates the file. Returns 0, or -1 after a report.
+// Creates the file. Returns 0, or -1 after a report, which may have been another thread's.
 int start_image(image_writing &work, const std::string &path, output_file &file) {
     const std::lock_guard hold(work.mutex);
-    if (is_the_movie(work.job, path) || start_output(path, file) != 0) {
-        leave_progress(work.meter);
+    if (work.failed)
         return -1;
-    }
-    return 0;
+    work.failed = is_the_movie(work.job, path) || start_output(path, file) != 0;
+    if (work.failed)
+        leave_progress(work.meter);
+    return work.failed ? -1 : 0;
 }
 
 // Writes a picture under its name. Returns 0, or -1 after a report.
@@ -54,11 +57,15 @@ int write_image(image_writing &work, const shown_frame &shown, const std::string
     std::string fault;
     if (work.images.write(file.temporary.c_str(), shown.buffer.words, work.job.width,
                           work.job.height, &fault) != 0) {
-        const std::lock_guard hold(work.mutex);
-        interrupt(work, [&] { report("%s: %s", path.c_str(), fault.c_str()); });
+        report_failure(work, path, fault);
         return -1;
     }
-    return finish_output(file, false);
+    if (finish_output(file, false) == 0)
+        return 0;
+    const std::lock_guard hold(work.mutex);
+    leave_progress(work.meter);
+    work.failed = true;
+    return -1;
 }
 
 // Takes the next frame. Returns false when there is none, or no use in it.
@@ -73,13 +80,10 @@ bool take_frame(image_writing &work, int *index) {
 void note_frame(image_writing &work, int index, const std::string &fault, bool written) {
     const std::lock_guard hold(work.mutex);
     if (!fault.empty()) {
-        interrupt(work, [&] {
-            report("%s: frame %d is left out: %s", work.job.options.file.c_str(), index,
-                   fault.c_str());
-        });
+        clear_progress(work.meter);
+        report("%s: frame %d is left out: %s", work.job.options.file.c_str(), index, fault.c_str());
         ++work.left_out;
     }
-    work.failed = work.failed || !written;
     if (written)
         step_progress(work.meter);
 }
@@ -106,19 +110,7 @@ void run_thread(image_writing &work) {
     } catch (const std::exception &) {
         fault = "it cannot be written";
     }
-    const std::lock_guard hold(work.mutex);
-    interrupt(work, [&] { report("%s: %s", work.job.options.output.c_str(), fault); });
-    work.failed = true;
-}
-
-void run_threads(image_writing &work) {
-    const auto most =
-        static_cast<unsigned>(std::min<std::int64_t>(count_selected(work.job.chosen), max_threads));
-    const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, most);
-    std::vector<std::jthread> threads;
-    for (unsigned i = 1; i < count; ++i)
-        threads.emplace_back(run_thread, std::ref(work));
-    run_thread(work);
+    report_failure(work, work.job.options.output, fault);
 }
 
 } // namespace
@@ -147,7 +139,8 @@ int decode_to_images(const decode_job &job) {
     image_writing work{job,     *images,
                        pattern, kind == pattern_kind::pattern,
                        {},      start_progress("decoding", wanted)};
-    run_threads(work);
+    run_parallel(static_cast<int>(std::min<std::int64_t>(wanted, max_workers)),
+                 [&](int) { run_thread(work); });
     clear_progress(work.meter);
     if (work.failed)
         return exit_failed;

@@ -1,7 +1,6 @@
 // Numbers drawn into pictures, in letters of our own: digits, ':' and '-'; all else is a blank.
 //
-//   draw_digits(picture, 10, 10, "0042", 2, 0xD0D0D0);    // twice the size; lower left corner 10,
-//   10
+//   draw_digits(picture, 10, 20, "0042", 2, 0xD0D0D0);   // twice the size, from (10, 20) up
 #pragma once
 
 #include "tools/reel/painting.h"

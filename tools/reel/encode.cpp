@@ -80,9 +80,8 @@ void announce_result(encoding &work) {
     const movie_writer &writer = work.writer;
     const double seconds = progress_seconds(work.meter);
     std::fprintf(
-        stderr,
-        "reel: %s: %d frames (%d repeated), %s, %d frames/s, %.2f MB, in %.1f s (%.1f frames/s)\n",
-        work.options->output.c_str(), writer.count, writer.repeats,
+        stderr, "reel: %s: %s (%d repeated), %s, %d frames/s, %.2f MB, in %.1f s (%.1f frames/s)\n",
+        work.options->output.c_str(), count_text(writer.count, "frame").c_str(), writer.repeats,
         size_text(writer.film.width, writer.film.height).c_str(), writer.film.rate,
         static_cast<double>(status.st_size) / 1e6, seconds,
         seconds > 0 ? writer.count / seconds : 0);

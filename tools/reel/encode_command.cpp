@@ -135,10 +135,10 @@ command_runner describe_encode(CLI::App &app) {
     app.add_flag("--stdin", words->standard_input,
                  "Read pixels from standard input: frame after frame, rows from the top down, "
                  "nothing between them");
-    app.add_option("--format", words->format,
-                   "What comes on standard input: rgb24, bgr24, rgba, bgra, gray8, or y4m, which "
-                   "tells its own size and rate")
-        ->transform(CLI::CheckedTransformer(format_names))
+    app.add_option_function<std::string>(
+           "--format", [words](const std::string &name) { words->format = format_names.at(name); },
+           "What comes on standard input; y4m tells its own size and rate")
+        ->check(CLI::IsMember(format_names))
         ->type_name("FORMAT");
     app.footer("Example:\n"
                "  reel encode --fps 25 -o shot.reel frames/shot.####.exr\n"

@@ -18,7 +18,9 @@ namespace reel {
 
 namespace {
 
-constexpr const char *standard_input_path = "/dev/stdin";
+// A file by a name, so that it can be looked into; all else comes as it is (a socket has no name).
+constexpr const char *standard_input_file = "/dev/stdin";
+constexpr const char *standard_input_stream = "-";
 constexpr int pipe_bytes = 1 << 20;
 
 enum class file_kind { movie, video, unclear };
@@ -71,6 +73,13 @@ bool has_image_extension(const image_module &images, const std::string &path) {
     return std::find(known.begin(), known.end(), extension) != known.end();
 }
 
+// A regular file with something in it, which alone can be a movie or a video.
+bool is_filled_file(const std::string &path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
+           ::access(path.c_str(), R_OK) == 0;
+}
+
 int open_standard_input(const source_options &options, frame_source &source, std::string *fault) {
     const std::string name = standard_input_name;
     if (::fcntl(STDIN_FILENO, F_GETFD) < 0)
@@ -83,16 +92,11 @@ int open_standard_input(const source_options &options, frame_source &source, std
         return -1;
     // What comes fast comes in large pieces; a pipe that cannot be larger is slower only.
     (void)::fcntl(STDIN_FILENO, F_SETPIPE_SZ, pipe_bytes);
-    return options.standard_input == raw_format::y4m
-               ? open_video(standard_input_path, options, source, fault)
-               : open_raw_pixels(options, source, fault);
-}
-
-// A regular file with something in it, which alone can be a movie or a video.
-bool is_filled_file(const std::string &path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
-           ::access(path.c_str(), R_OK) == 0;
+    if (options.standard_input != raw_format::y4m)
+        return open_raw_pixels(options, source, fault);
+    return open_video(is_filled_file(standard_input_file) ? standard_input_file
+                                                          : standard_input_stream,
+                      options, source, fault);
 }
 
 } // namespace
@@ -110,16 +114,19 @@ std::string name_frame(const std::string &description, std::int64_t number) {
 }
 
 int choose_positions(const source_options &options, std::int64_t total, frame_source &source,
-                     std::string *fault) {
-    source.count = total;
-    if (!options.frames.has_value())
-        return 0;
-    const frame_selection &chosen = *options.frames;
-    source.count = count_selected(chosen);
-    source.first_number = chosen.range.first;
+                     chosen_frames &chosen, std::string *fault) {
+    chosen = {0, 1, total};
+    if (options.frames.has_value())
+        chosen = {options.frames->range.first, options.frames->step,
+                  count_selected(*options.frames)};
+    source.count = chosen.count;
+    source.first_number = chosen.first;
     source.number_step = chosen.step;
-    const std::int64_t last = chosen.range.first + (source.count - 1) * chosen.step;
-    if (chosen.range.first >= 0 && (total < 0 || last < total))
+    source.name_of = [name = source.description, chosen](std::int64_t position) {
+        return name_frame(name, frame_of(chosen, position));
+    };
+    if (!options.frames.has_value() ||
+        (chosen.first >= 0 && (total < 0 || frame_of(chosen, chosen.count - 1) < total)))
         return 0;
     *fault = source.description + ": " +
              (total < 0    ? std::string("frames count from 0")

@@ -1,5 +1,7 @@
-// The image readers and writers behind image_io.h, over OpenImageIO. This file alone makes the
-// module reel_images.so; it reports nothing itself and lets no exception out.
+// The image readers and writers behind image_io.h, over OpenImageIO. This file and
+// image_end.cpp make the module reel_images.so; it reports nothing itself and lets no exception
+// out.
+#include "tools/reel/image_end.h"
 #include "tools/reel/image_io.h"
 
 #include <OpenImageIO/filesystem.h>
@@ -241,6 +243,10 @@ bool can_read_picture(const char *path) {
 }
 
 int read_picture(const char *path, bool raw_values, image_buffer *image, std::string *fault) {
+    if (const char *early = find_early_end(path, image->scratch); early != nullptr) {
+        *fault = early;
+        return -1;
+    }
     const auto input = OIIO::ImageInput::open(path);
     if (!input) {
         *fault = OIIO::geterror();
@@ -264,6 +270,8 @@ int read_picture(const char *path, bool raw_values, image_buffer *image, std::st
                            from.floating ? OIIO::TypeFloat : OIIO::TypeUInt8,
                            image->scratch.data())) {
         *fault = input->geterror();
+        if (fault->empty()) // the readers of some formats say nothing
+            *fault = "it is damaged or cut off";
         return -1;
     }
     convert_picture(from, *image);

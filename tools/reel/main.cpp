@@ -5,8 +5,10 @@
 
 #include <cstdio>
 #include <exception>
+#include <fcntl.h>
 #include <new>
 #include <string>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -19,7 +21,8 @@ struct command {
 };
 
 constexpr command commands[] = {
-    {"encode", "Make a movie from images, a video or raw pixels", reel::describe_encode},
+    {"encode", "Make a movie from images, a video, raw pixels or another movie",
+     reel::describe_encode},
     {"decode", "Write a movie as images or as a video", reel::describe_decode},
     {"join", "Make one movie of several, without compressing again", reel::describe_join},
     {"cut", "Take frames out of a movie, without compressing again", reel::describe_cut},
@@ -28,6 +31,21 @@ constexpr command commands[] = {
     {"info", "Tell what movies are like", reel::describe_info},
     {"verify", "Decode every frame and say what is wrong", reel::describe_verify},
 };
+
+// Gives the streams that messages go to a number each, where whoever started the program closed
+// them: the next file to be opened would have it, and the messages would go into a movie. What is
+// written there fails, as before.
+void hold_closed_streams() {
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) >= 0)
+            continue;
+        const int file = ::open("/dev/null", O_RDONLY);
+        if (file < 0 || file == stream)
+            continue;
+        (void)::dup2(file, stream);
+        ::close(file);
+    }
+}
 
 int run_command_line(int argc, char **argv) {
     CLI::App app("Makes movies for the Player Tool, and looks into them.", "reel");
@@ -58,6 +76,7 @@ int run_command_line(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
+    hold_closed_streams();
     reel::catch_signals();
     int status = reel::exit_failed;
     try {

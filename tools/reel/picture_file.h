@@ -11,13 +11,15 @@
 
 namespace reel {
 
-// Whether an image can be written under a name: the extension is that of an image format, and the
-// file is none of those that the inputs name. Returns 0, or -1 after a report.
+// Whether an image can be written under a name, or images under the names of a pattern: the
+// extension is that of an image format, and no file that would be replaced belongs to the inputs:
+// is one of them, stands in a folder that is one, or is another frame of a sequence that one names
+// by a pattern or by a frame. Returns 0, or -1 after a report.
 [[nodiscard]] int check_picture_file(const std::string &path,
                                      const std::vector<std::string> &inputs);
 
-// Writes the picture; a file of that name is replaced by a complete one. Several
-// threads may write at once. Returns 0, or -1 after a report.
+// Writes the picture; a file of that name is replaced by a complete one. Several threads may write
+// at once. Returns 0, or -1 after a report.
 [[nodiscard]] int write_picture_file(const std::string &path, const image_buffer &picture);
 
 } // namespace reel

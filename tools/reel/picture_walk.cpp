@@ -2,7 +2,9 @@
 
 #include "movie/ir1.h"
 #include "tools/reel/parallel.h"
+#include "tools/reel/report.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace reel {
@@ -138,6 +140,27 @@ int walk_pictures(std::span<frame_source *const> sources, picture_walk &walk, st
     run_parallel(max_workers, [&](int worker) { work(state, worker); });
     *fault = state.fault;
     return state.failed ? -1 : 0;
+}
+
+void add_lost_frame(lost_frames &lost, std::int64_t number, const std::string &fault) {
+    lost.numbers.push_back(number);
+    if (number >= lost.first)
+        return;
+    lost.first = number;
+    lost.fault = fault;
+}
+
+void report_lost_frames(lost_frames &lost) {
+    if (lost.numbers.empty())
+        return;
+    report_source_fault(lost.fault);
+    std::sort(lost.numbers.begin(), lost.numbers.end());
+    std::vector<frame_range> others;
+    for (const std::int64_t number : lost.numbers)
+        if (number != lost.first)
+            add_to_ranges(others, number);
+    if (!others.empty())
+        report("%s cannot be shown either", format_ranges(others).c_str());
 }
 
 } // namespace reel

@@ -2,9 +2,9 @@
 //
 //   frame_source *sources[] = {&first, &second};
 //   picture_walk walk;
-//   walk.last = 99;                                        // positions 0 .. 99, or as far as all
-//   go walk.visit = [&](int worker, picture_set &at) { ...; return 0; }; if (walk_pictures(sources,
-//   walk, &fault) != 0)
+//   walk.last = 99;                                   // as far as all sources have so many
+//   walk.visit = [&](int worker, picture_set &at) { ...; return 0; };
+//   if (walk_pictures(sources, walk, &fault) != 0)
 //       report_source_fault(fault);
 //
 // Sources that can only be read in order are read so, one picture at a time; all else happens at
@@ -49,5 +49,18 @@ void read_by_own_codec(frame_source &source);
 // the visitor ended the walk (then *fault is empty).
 [[nodiscard]] int walk_pictures(std::span<frame_source *const> sources, picture_walk &walk,
                                 std::string *fault);
+
+// Frames without a picture, as the workers come upon them: in any order.
+struct lost_frames {
+    std::vector<std::int64_t> numbers;
+    std::int64_t first = std::numeric_limits<std::int64_t>::max();
+    std::string fault; // of the first one
+};
+
+void add_lost_frame(lost_frames &lost, std::int64_t number, const std::string &fault);
+
+// Reports what is wrong with the first one and which others there are: a file that was cut off may
+// have thousands of them.
+void report_lost_frames(lost_frames &lost);
 
 } // namespace reel

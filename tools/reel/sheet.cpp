@@ -25,7 +25,7 @@ constexpr std::uint32_t empty_ground = 0x1C1C1C;
 constexpr std::uint32_t empty_lines = 0x5C5C5C;
 constexpr std::uint32_t number_colour = 0xE0E0E0;
 constexpr std::uint32_t time_colour = 0x8C8C8C;
-constexpr int label_distance = 5; // pixels below the picture, at scale 1
+constexpr int label_distance = 5; // pixels below the picture and between numbers, at scale 1
 constexpr int label_space = 12;   // between number and time, at scale 1
 
 struct sheet_work {
@@ -36,6 +36,7 @@ struct sheet_work {
     std::map<std::int64_t, int> cells; // by position
     std::mutex guard;                  // of all below
     int shown = 0;
+    lost_frames lost;
     progress meter;
 };
 
@@ -60,6 +61,9 @@ void draw_label(sheet_work &work, int cell, std::int64_t position) {
     const int y = at.y - (label_distance + digits_height) * layout.scale;
     const std::int64_t number = number_of(work.source, position);
     const std::string text = std::to_string(number);
+    if (digits_width(text, layout.scale) + label_distance * layout.scale >
+        layout.box_width + layout.gap)
+        return; // numbers that run into each other tell nothing
     draw_digits(work.sheet, at.x, y, text, layout.scale, number_colour);
     if (!work.source.rate || number < 0)
         return;
@@ -100,9 +104,10 @@ void fit_picture(const image_buffer &picture, const sheet_layout &layout, image_
 // Cells are apart, so that several may be drawn at once.
 int show_picture(sheet_work &work, picture_set &at) {
     const int cell = work.cells.at(at.position);
-    const std::string &fault = at.faults[0];
-    const bool empty = fault.empty() && (at.pictures[0].width < 1 || at.pictures[0].height < 1);
-    if (fault.empty() && !empty) {
+    std::string fault = at.faults[0];
+    if (fault.empty() && (at.pictures[0].width < 1 || at.pictures[0].height < 1))
+        fault = work.source.name_of(at.position) + ": there are no pixels in it";
+    if (fault.empty()) {
         image_buffer small;
         fit_picture(at.pictures[0], work.layout, small);
         const cell_place place = place_of_cell(work.layout, cell);
@@ -112,12 +117,10 @@ int show_picture(sheet_work &work, picture_set &at) {
                      place.y + (work.layout.box_height - small.height) / 2, work.sheet);
     }
     const std::lock_guard lock(work.guard);
-    if (!fault.empty()) {
-        clear_progress(work.meter);
-        report_source_fault(fault);
-    } else if (!empty) {
+    if (fault.empty())
         ++work.shown;
-    }
+    else
+        add_lost_frame(work.lost, number_of(work.source, at.position), fault);
     step_progress(work.meter);
     return 0;
 }
@@ -223,6 +226,7 @@ int run_sheet(const sheet_options &options) {
         report_source_fault(fault);
         return exit_failed;
     }
+    report_lost_frames(work.lost);
     if (write_picture_file(options.output, work.sheet) != 0)
         return exit_failed;
     std::fprintf(stderr, "reel: %s: %d of %lld frames, %dx%d pixels\n", options.output.c_str(),

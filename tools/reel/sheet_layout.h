@@ -4,7 +4,7 @@
 //   sheet_wishes wishes = {.pictures = 240, .picture_width = 1920, .picture_height = 1080};
 //   if (lay_out_sheet(wishes, layout, &fault) == 0)
 //       for (int i = 0; i < layout.count; ++i)
-//           ... cell_place(layout, i) ...                 // picture position_in_sheet(...)
+//           ... place_of_cell(layout, i) ...     // of picture position_of_cell(layout, 240, i)
 #pragma once
 
 #include <cstdint>

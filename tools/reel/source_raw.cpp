@@ -20,9 +20,7 @@ struct raw_stream {
     int width = 0;
     int height = 0;
     std::size_t frame_bytes = 0;
-    std::int64_t first = 0;
-    std::int64_t step = 1;
-    std::int64_t count = -1;     // positions wanted; -1: all that there are
+    chosen_frames chosen;
     std::int64_t next = 0;       // the frame that comes next
     bool is_file = false;        // that can be read at any place; else the frames come one by one
     std::int64_t file_start = 0; // where its first frame is
@@ -82,7 +80,7 @@ read_result end_stream(const raw_stream &from, std::int64_t wanted, std::size_t 
     const std::string what = describe_end(from, from.next, got);
     if (!what.empty())
         return fail(what, fault);
-    if (from.count >= 0)
+    if (from.chosen.count >= 0)
         return fail("frame " + std::to_string(wanted) + " is not there: it ends after " +
                         std::to_string(from.next) + " frames",
                     fault);
@@ -91,10 +89,10 @@ read_result end_stream(const raw_stream &from, std::int64_t wanted, std::size_t 
 
 read_result fetch_frame(raw_stream &from, std::int64_t position, image_buffer &picture,
                         std::string *fault) {
-    if (from.count >= 0 && position >= from.count)
+    if (from.chosen.count >= 0 && position >= from.chosen.count)
         return read_result::end;
     picture.scratch.resize(from.frame_bytes);
-    const std::int64_t wanted = from.first + position * from.step;
+    const std::int64_t wanted = frame_of(from.chosen, position);
     for (; from.next <= wanted; ++from.next) {
         std::size_t got = 0;
         if (read_bytes(from, picture.scratch, &got, fault) == read_result::failed)
@@ -122,7 +120,7 @@ int unpack_fetched(const raw_stream &from, const image_buffer &picture, int top,
 // Reads rows of a frame from a file and unpacks them, while they are in the processor's cache.
 int unpack_from_file(const raw_stream &from, std::int64_t position, image_buffer &picture, int top,
                      int rows, std::span<std::uint32_t> words, std::string *fault) {
-    const std::int64_t frame = from.first + position * from.step;
+    const std::int64_t frame = frame_of(from.chosen, position);
     const std::int64_t place = from.file_start +
                                frame * static_cast<std::int64_t>(from.frame_bytes) +
                                top * static_cast<std::int64_t>(row_bytes(from));
@@ -177,7 +175,7 @@ void install_file(const std::shared_ptr<raw_stream> &from, frame_source &source)
         return unpack_from_file(*from, position, picture, top, rows, words, why);
     };
     source.read = [from](std::int64_t position, image_buffer &picture, std::string *why) {
-        if (position >= from->count)
+        if (position >= from->chosen.count)
             return read_result::end;
         return unpack_whole(*from, picture, [&](auto &&...part) {
             return unpack_from_file(*from, position, part..., why);
@@ -194,7 +192,7 @@ int examine_input(const source_options &options, raw_stream &from, frame_source 
     if (start < 0 || ::fstat(STDIN_FILENO, &status) != 0 || !S_ISREG(status.st_mode)) {
         from.cancelled = ::eventfd(0, EFD_CLOEXEC);
         if (from.cancelled >= 0)
-            return choose_positions(options, -1, source, fault);
+            return choose_positions(options, -1, source, from.chosen, fault);
         (void)fail(std::strerror(errno), fault);
         return -1;
     }
@@ -203,10 +201,10 @@ int examine_input(const source_options &options, raw_stream &from, frame_source 
     const auto bytes = static_cast<std::size_t>(std::max<off_t>(status.st_size - start, 0));
     const auto frames = static_cast<std::int64_t>(bytes / from.frame_bytes);
     if (options.frames.has_value())
-        return choose_positions(options, frames, source, fault);
+        return choose_positions(options, frames, source, from.chosen, fault);
     *fault = describe_end(from, frames, bytes % from.frame_bytes);
     if (fault->empty())
-        return choose_positions(options, frames, source, fault);
+        return choose_positions(options, frames, source, from.chosen, fault);
     *fault = standard_input_name + (": " + *fault);
     return -1;
 }
@@ -231,14 +229,8 @@ int open_raw_pixels(const source_options &options, frame_source &source, std::st
                         static_cast<std::size_t>(options.height);
     if (examine_input(options, *from, source, fault) != 0)
         return -1;
-    from->first = source.first_number;
-    from->step = source.number_step;
-    from->count = source.count;
     source.width = options.width;
     source.height = options.height;
-    source.name_of = [from](std::int64_t position) {
-        return name_frame(standard_input_name, from->first + position * from->step);
-    };
     source.state = from;
     if (from->is_file)
         install_file(from, source);

@@ -1,5 +1,6 @@
 // A movie of our own as a source of frames.
 #include "movie/file_io.h"
+#include "tools/reel/cram.h"
 #include "tools/reel/encode.h"
 #include "tools/reel/reel_file.h"
 #include "tools/reel/sources.h"
@@ -13,16 +14,14 @@ namespace {
 struct movie_frames {
     reel_file film;
     std::string name;
-    std::int64_t first = 0;
-    std::int64_t step = 1;
-    std::int64_t count = 0;
+    chosen_frames chosen;
     std::mutex guard;                  // of buffers
     std::vector<frame_buffer> buffers; // as many as were ever in use at once
 };
 
 // The frame whose data a position shows; -1 with the reason in *fault.
 int find_data(const movie_frames &from, std::int64_t position, std::string *fault) {
-    const auto index = static_cast<int>(from.first + position * from.step);
+    const auto index = static_cast<int>(frame_of(from.chosen, position));
     const std::string what = describe_fault(from.film, index);
     if (what.empty())
         return from.film.frames[static_cast<std::size_t>(index)].source;
@@ -41,7 +40,7 @@ frame_buffer take_buffer(movie_frames &from) {
 
 read_result read_frame(movie_frames &from, std::int64_t position, image_buffer &picture,
                        std::string *fault) {
-    if (position >= from.count)
+    if (position >= from.chosen.count)
         return read_result::end;
     const int index = find_data(from, position, fault);
     if (index < 0)
@@ -67,7 +66,7 @@ read_result read_frame(movie_frames &from, std::int64_t position, image_buffer &
 // Brings a frame's data as it stands in the file.
 read_result read_data(const movie_frames &from, std::int64_t position,
                       std::vector<std::uint8_t> &stream, std::string *fault) {
-    if (position >= from.count)
+    if (position >= from.chosen.count)
         return read_result::end;
     const int index = find_data(from, position, fault);
     if (index < 0)
@@ -75,10 +74,8 @@ read_result read_data(const movie_frames &from, std::int64_t position,
     const movie::vf_movie &film = *from.film.film;
     const frame_entry &entry = from.film.frames[static_cast<std::size_t>(index)];
     stream.resize(std::min(static_cast<std::size_t>(entry.size), vf_max_data_bytes(film)));
-    movie::ir1_size size;
     if (movie::read_at(::fileno(film.stream.get()), entry.offset + movie::vf_chunk_bytes, stream) &&
-        movie::ir1_read_size(stream, &size) == 0 && size.width == coded_side(film.width) &&
-        size.height == coded_side(film.height))
+        is_whole_ir1(stream, coded_side(film.width), coded_side(film.height)))
         return read_result::got;
     *fault = name_frame(from.name, index) + ": its data is damaged";
     return read_result::failed;
@@ -105,11 +102,8 @@ int open_movie(const std::string &path, const source_options &options, frame_sou
     source.description = path;
     from->name = path;
     if (choose_positions(options, static_cast<std::int64_t>(from->film.frames.size()), source,
-                         fault) != 0)
+                         from->chosen, fault) != 0)
         return -1;
-    from->first = source.first_number;
-    from->step = source.number_step;
-    from->count = source.count;
     describe_movie(*from, source);
     source.read = [from](std::int64_t position, image_buffer &picture, std::string *why) {
         return read_frame(*from, position, picture, why);
@@ -117,9 +111,6 @@ int open_movie(const std::string &path, const source_options &options, frame_sou
     source.read_stream = [from](std::int64_t position, std::vector<std::uint8_t> &stream,
                                 std::string *why) {
         return read_data(*from, position, stream, why);
-    };
-    source.name_of = [from](std::int64_t position) {
-        return name_frame(from->name, from->first + position * from->step);
     };
     source.state = from;
     return 0;

@@ -17,11 +17,9 @@ struct video_frames {
     std::unique_ptr<video_reader, video_closer> reader;
     video_info info;
     std::string name;
-    std::int64_t first = 0;
-    std::int64_t step = 1;
-    std::int64_t count = -1; // positions wanted; -1: all that there are
-    bool chosen = false;     // certain frames are wanted: each must be there
-    std::int64_t next = 0;   // the frame that the video gives next
+    chosen_frames chosen;
+    bool all = true;       // else certain frames are wanted: each must be there
+    std::int64_t next = 0; // the frame that the video gives next
     std::vector<std::uint8_t> packet;
 };
 
@@ -32,7 +30,7 @@ read_result fail(const video_frames &from, const std::string &reason, std::strin
 
 // What the video's end means for frame `wanted`.
 read_result end_video(const video_frames &from, std::int64_t wanted, std::string *fault) {
-    if (!from.chosen)
+    if (from.all)
         return read_result::end;
     *fault = from.name + ": frame " + std::to_string(wanted) + " is not there: it has " +
              std::to_string(from.next) + " frames";
@@ -44,9 +42,10 @@ read_result end_video(const video_frames &from, std::int64_t wanted, std::string
 template <typename passing, typename bringing>
 read_result reach(video_frames &from, std::int64_t position, std::string *fault, passing pass,
                   bringing bring) {
-    if (from.count >= 0 && position >= from.count)
+    // All are read up to the end, which tells whether the file was cut off.
+    if (!from.all && position >= from.chosen.count)
         return read_result::end;
-    const std::int64_t wanted = from.first + position * from.step;
+    const std::int64_t wanted = frame_of(from.chosen, position);
     std::string reason;
     for (; from.next <= wanted; ++from.next) {
         const int result = from.next < wanted ? pass(&reason) : bring(&reason);
@@ -90,13 +89,13 @@ int describe_video(const source_options &options, video_frames &from, frame_sour
     source.description = from.name;
     if (info.rate_numerator > 0 && info.rate_denominator > 0)
         source.rate = frame_rate{info.rate_numerator, info.rate_denominator};
-    if (choose_positions(options, info.count_is_sure ? info.count : -1, source, fault) != 0)
+    if (choose_positions(options, info.count_is_sure ? info.count : -1, source, from.chosen,
+                         fault) != 0)
         return -1;
     source.expected = source.count >= 0 ? source.count : info.count;
-    from.first = source.first_number;
-    from.step = source.number_step;
-    from.count = source.count;
-    from.chosen = options.frames.has_value();
+    from.all = !options.frames.has_value();
+    if (!info.note.empty())
+        source.notes.push_back(from.name + ": " + info.note);
     return 0;
 }
 
@@ -130,9 +129,6 @@ int open_video(const std::string &path, const source_options &options, frame_sou
             return read_data(*from, position, stream, why);
         };
     }
-    source.name_of = [from](std::int64_t position) {
-        return name_frame(from->name, from->first + position * from->step);
-    };
     source.state = from;
     return 0;
 }

@@ -211,7 +211,10 @@ int copy_frame(open_part &part, int index, const splice_options &options, splice
     }
     const bool repeats = job.fresh;
     job.fresh = true;
-    return add_frame(job.writer, repeats ? std::span<const std::uint8_t>() : job.buffer.packed);
+    if (add_frame(job.writer, repeats ? std::span<const std::uint8_t>() : job.buffer.packed) == 0)
+        return 0;
+    leave_progress(job.meter); // the report stands below it
+    return -1;
 }
 
 void note_gaps(const open_part &part, splice_job &job) {
@@ -239,9 +242,10 @@ int copy_part(const splice_part &wanted, const splice_options &options, splice_j
         return -1;
     job.source = -1;
     const int result = for_each_frame(part, [&](int index) {
-        const int status = copy_frame(part, index, options, job);
+        if (copy_frame(part, index, options, job) != 0)
+            return -1;
         step_progress(job.meter);
-        return status;
+        return 0;
     });
     if (result == 0)
         note_gaps(part, job);

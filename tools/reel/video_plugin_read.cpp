@@ -52,7 +52,7 @@ bool is_format(const AVFormatContext &input, std::string_view part) {
 }
 
 bool is_standard_input(std::string_view path) {
-    return path == "-" || path == "pipe:0";
+    return path == "-";
 }
 
 // ---- opening
@@ -84,7 +84,8 @@ int open_input(const char *path, video_reader &reader, std::string *fault) {
     int code = avformat_open_input(&input, url.c_str(), nullptr, &options);
     av_dict_free(&options);
     reader.input.reset(input);
-    if (code == AVERROR_INVALIDDATA || (code >= 0 && is_foreign(*input->iformat))) {
+    if (code == AVERROR_INVALIDDATA || code == AVERROR_EOF ||
+        (code >= 0 && is_foreign(*input->iformat))) {
         *fault = "it is not a video, or it is damaged";
         return -1;
     }
@@ -252,6 +253,35 @@ bool is_too_early(const video_reader &reader) {
     return read < whole - tolerance / av_q2d(stream.avg_frame_rate);
 }
 
+// A number as Matroska writes it: the zero bits before its first one tell how many bytes follow.
+// Returns -1 for one that says that nothing is known.
+std::int64_t read_number(AVIOContext &file) {
+    constexpr unsigned most_bits = 56;
+    auto value = static_cast<std::uint64_t>(avio_r8(&file));
+    unsigned bits = 7;
+    std::uint64_t head = 0x80;
+    for (; bits < most_bits && (value & head) == 0; head >>= 1)
+        bits += 7;
+    value &= head - 1;
+    for (unsigned left = bits / 7; left > 1; --left)
+        value = value << 8 | static_cast<unsigned>(avio_r8(&file));
+    return value == (std::uint64_t{1} << bits) - 1 ? -1 : static_cast<std::int64_t>(value);
+}
+
+// Whether a Matroska file is shorter than its segment, in which all of it stands. To be asked at
+// the end of the packets: the file is not read on.
+bool is_segment_cut_off(AVIOContext &file) {
+    constexpr unsigned segment_name = 0x18538067;
+    const std::int64_t size = avio_size(&file);
+    if (size < 0 || avio_seek(&file, 4, SEEK_SET) < 0)
+        return false;
+    const std::int64_t head = read_number(file);
+    if (head < 0 || avio_skip(&file, head) < 0 || avio_rb32(&file) != segment_name)
+        return false;
+    const std::int64_t segment = read_number(file);
+    return segment > size - avio_tell(&file);
+}
+
 // What is said at the end of the packets: a file may be shorter than it claims. Returns video_end
 // or video_failed.
 int check_end(const video_reader &reader, std::string *fault) {
@@ -265,7 +295,8 @@ int check_end(const video_reader &reader, std::string *fault) {
     const bool is_short = is_format(input, "mov") ? reader.packets < count_indexed(reader)
                           : is_format(input, "yuv4mpegpipe")
                               ? avio_tell(input.pb) > reader.last_byte // part of a frame
-                              : is_too_early(reader);
+                              : is_too_early(reader) ||
+                                    (is_format(input, "matroska") && is_segment_cut_off(*input.pb));
     if (!is_short)
         return video_end;
     *fault = "the file is cut off: there are " + std::to_string(reader.pictures) +

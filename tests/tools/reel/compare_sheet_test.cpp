@@ -186,6 +186,9 @@ struct two_films {
         write_film(folder / "short.reel", frames);
         frames[1].reset();
         write_film(folder / "gap.reel", frames);
+        const std::string whole = read_bytes(folder / "b.reel"); // of frame 2 all but a byte stays
+        write_bytes(folder / "torn.reel",
+                    whole.substr(0, 28 + 6 * 4 + 3 * (18 + 8 + 4 * blocks) - 1));
         write_film(folder / "wide.reel", {picture(std::size_t{36} * height)}, 24, 36);
         write_bytes(folder / "junk.png", "neither image nor movie");
     }
@@ -228,6 +231,8 @@ TEST(compare, judges) {
         {{"b.reel", "short.reel"}, 1, {"5 compared"}, "b.reel has 6 frames, "},
         {{"short.reel", "gap.reel"}, 1, {"4 compared, 4 identical"}, "frame 1"},
         {{"a.reel", "wide.reel"}, 1, {}, "pictures of other sizes cannot be compared"},
+        {{"a.reel", "torn.reel"}, 1, {"2 compared"}, "\nreel: frames 3-5 cannot be shown either\n"},
+        {{"a.reel", "b.reel", "--min-psnr", "nan"}, 2, {}, "\"nan\" is not a number"},
         {{"a.reel", "junk.png"}, 1, {}, "junk.png"},
         {{"a.reel", "none.reel"}, 1, {}, "none.reel: No such file"},
         {{"a.reel"}, 2, {}, "b is required"},
@@ -360,6 +365,31 @@ TEST(sheet, shows_the_frames_it_says) {
     EXPECT_TRUE(contains(holed.err, "frame 4")) << holed.err;
     EXPECT_TRUE(contains(holed.err, "11 of 12 frames")) << holed.err;
     expect_sheet(sheet, 12, 0, 4);
+}
+
+// Whatever way the inputs are named in, and whether one picture is written or one of every frame.
+TEST(pictures, never_replace_their_inputs) {
+    const scratch_folder folder;
+    const std::string film = folder / "a.reel";
+    write_film(film, plain_frames(3));
+    std::filesystem::create_directory(folder / "in");
+    ASSERT_EQ(run({"decode", film, "-o", folder / "in/f.####.png"}).status, 0);
+    const std::string second = read_bytes(folder / "in/f.0001.png");
+    const char *const inputs[] = {"in", "in/", "in/f.####.png", "in/f.0000.png"};
+    const char *const outputs[] = {"in/f.0001.png", "in/../in/f.0001.png", "in/f.%04d.png"};
+    for (const std::string input : inputs)
+        for (const std::string output : outputs) {
+            for (const arguments &words :
+                 {arguments{"compare", film, folder / input, "-o", folder / output},
+                  arguments{"sheet", folder / input, "-o", folder / output}}) {
+                const outcome got = run(words);
+                EXPECT_EQ(got.status, 1) << words[0] << " " << input << " " << output;
+                EXPECT_TRUE(contains(got.err, "one of the inputs")) << got.err;
+            }
+            ASSERT_EQ(read_bytes(folder / "in/f.0001.png"), second) << input << " " << output;
+        }
+    EXPECT_EQ(run({"compare", film, folder / "in/f.0000.png", "-o", folder / "in/d.#.png"}).status,
+              0);
 }
 
 TEST(sheet, refuses_and_leaves_nothing_behind) {

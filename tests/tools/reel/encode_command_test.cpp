@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <sys/socket.h>
 #include <thread>
 
 namespace reel {
@@ -108,6 +109,13 @@ TEST(reel_encode, order_and_bytes_whatever_the_threads) {
                              "' 2> '" + (logs / "err") + "'";
     EXPECT_EQ(std::system(line.c_str()), 0) << read_bytes(logs / "err");
     EXPECT_TRUE(read_bytes(piped) == first);
+    // No message gets into a movie when the places where messages go are closed.
+    const std::string silent = folder / "silent";
+    const std::string quiet_line = "'" + program +
+                                   "' encode --stdin --size 32x16 --format rgb24 -o '" + silent +
+                                   "' < '" + (folder / "raw") + "' >&- 2>&-";
+    EXPECT_EQ(std::system(quiet_line.c_str()), 0);
+    EXPECT_TRUE(read_bytes(silent) == first);
     ASSERT_EQ(run({"decode", piped, "-o", folder / "f.####.png"}).status, 0);
     ASSERT_EQ(
         run({"encode", "--frames", "1-699x3", "-o", folder / "x", folder / "f.####.png"}).status,
@@ -186,18 +194,28 @@ TEST(reel_encode, videos) {
     EXPECT_TRUE(contains(other.err, "9 frames (0 repeated), 32x16, 30 frames/s")) << other.err;
     EXPECT_EQ(shown_numbers(back), (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
 
-    // A stream that tells its own size and rate.
-    std::string y4m = "YUV4MPEG2 W32 H16 F30000:1001 Ip A1:1 C444\n";
+    // A stream that tells its own size and rate, out of a file and out of a socket.
+    std::string y4m = "YUV4MPEG2 W32 H16 F30000:1001 Ip A4:3 C444\n";
     for (int n = 0; n < 5; ++n)
         y4m += "FRAME\n" + std::string(32 * 16, static_cast<char>(16 + n * 40)) +
                std::string(2 * 32 * 16, '\x80');
     write_bytes(folder / "y4m", y4m);
-    const outcome streamed =
-        run_from(folder / "y4m", {"encode", "--stdin", "--format", "y4m", "-o", back});
-    ASSERT_EQ(streamed.status, 0) << streamed.err;
-    EXPECT_TRUE(contains(streamed.err, "its 29.97 frames per second become 30")) << streamed.err;
-    EXPECT_TRUE(contains(streamed.err, "5 frames (0 repeated), 32x16, 30 frames/s"))
-        << streamed.err;
+    const arguments encode_y4m = {"encode", "--stdin", "--format", "y4m", "-o", back};
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const scratch_folder logs;
+    const pid_t child = start_program(logs, encode_y4m, RLIM_INFINITY, ends[0]);
+    ::close(ends[0]);
+    EXPECT_EQ(::send(ends[1], y4m.data(), y4m.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(y4m.size()));
+    ::close(ends[1]);
+    for (const outcome &streamed : {wait_for(logs, child), run_from(folder / "y4m", encode_y4m)}) {
+        ASSERT_EQ(streamed.status, 0) << streamed.err;
+        for (const char *said :
+             {"its 29.97 frames per second become 30", "its pixels are not square (4:3)",
+              "5 frames (0 repeated), 32x16, 30 frames/s"})
+            EXPECT_TRUE(contains(streamed.err, said)) << streamed.err;
+    }
 }
 
 // What is on standard input ("" : nothing), what is asked, what is said. "*" is the folder; every
@@ -216,6 +234,18 @@ TEST(reel_encode, refuses_and_leaves_nothing_behind) {
     std::string damaged = read_bytes(folder / "good.reel");
     damaged.resize(damaged.size() - 10);
     write_bytes(folder / "cut.reel", damaged);
+    damaged = read_bytes(folder / "good.reel");
+    constexpr std::size_t first_colour =
+        28 + 3 * 4 + 18 + 4 + 2; // of the first frame's first block
+    damaged[first_colour] ^= '\x80';
+    write_bytes(folder / "bad.reel", damaged);
+    write_bytes(folder / "cut.y4m", "YUV4MPEG2 W4 H4 F24:1 C444\nFRAME\n" + std::string(48, 'x') +
+                                        "FRAME\n" + std::string(40, 'x'));
+    for (const std::string name : {"cut.png", "cut.jpg", "cut.dpx"}) {
+        write_image(folder / name, 64, 64, OIIO::TypeUInt8, 1);
+        const std::string whole = read_bytes(folder / name);
+        write_bytes(folder / name, whole.substr(0, whole.size() * 9 / 10));
+    }
     const arguments raw = {"encode",   "--stdin", "--size", "32x16",
                            "--format", "rgb24",   "-o",     "*/x.reel"};
     const arguments encode = {"encode", "-o", "*/x.reel"};
@@ -234,7 +264,7 @@ TEST(reel_encode, refuses_and_leaves_nothing_behind) {
         {"raw", with(raw, {"*/a.png"}), 2, "--stdin takes the place of input files"},
         {"raw", {"encode", "--stdin", "--format", "rgb24", "-o", "*/x.reel"}, 2, "need --size"},
         {"raw", {"encode", "--stdin", "--size", "8x8", "-o", "*/x.reel"}, 2, "needs --format"},
-        {"raw", with(raw, {"--format", "yuv"}), 2, "--format"},
+        {"raw", with(raw, {"--format", "1"}), 2, "1 not in {"},
         {"raw", with(raw, {"--fps", "0"}), 2, "--fps"},
         {"raw",
          {"encode", "--stdin", "--size", "32x0", "--format", "rgba", "-o", "*/x.reel"},
@@ -257,7 +287,12 @@ TEST(reel_encode, refuses_and_leaves_nothing_behind) {
         {"", with(encode, {"--threads", "0", "*/a.png"}), 2, "--threads"},
         {"", with(encode, {"*/text.mp4"}), 1, "text.mp4: "},
         {"", with(encode, {"*/cut.mp4"}), 1, "cut.mp4: "},
-        {"", with(encode, {"*/none.mp4"}), 1, "none.mp4"},
+        {"", with(encode, {"*/none.mp4"}), 1, "none.mp4 (frame 0): it is empty"},
+        {"", with(encode, {"*/cut.png"}), 1, "cut.png (frame 0): it is cut off"},
+        {"", with(encode, {"*/cut.jpg"}), 1, "cut.jpg (frame 0): it is cut off"},
+        {"", with(encode, {"*/cut.dpx"}), 1, "cut.dpx (frame 0): it is damaged or cut off"},
+        {"", with(encode, {"*/cut.y4m"}), 1, "cut.y4m (frame 1): the file is cut off"},
+        {"", with(encode, {"*/bad.reel"}), 1, "bad.reel (frame 0): its data is damaged"},
         {"", with(encode, {"*/cut.reel"}), 1, "cut.reel (frame 2): its chunk"},
         {"", with(encode, {"*/cut.reel", "--scale", "2"}), 1, "cut.reel (frame 2): its chunk"},
         {"", with(encode, {"*/good.reel", "--frames", "2-3"}), 1, "there are frames 0-2 only"},

@@ -167,6 +167,7 @@ TEST(reel_command, refuses_and_leaves_nothing_behind) {
         {{"decode", "*/good.reel", "-o", "*/x.##.zzz"}, 1, "no image format"},
         {{"decode", "*/good.reel", "-o", "*/no/x.##.png"}, 1, "No such file"},
         {{"decode", "*/good.reel", "-o", "*/x.#.png", "--frames", "1-5"}, 1, "frames 0-1 only"},
+        {{"decode", "*/cut.reel", "-o", "*/x.avi"}, 1, "none of the frames can be shown"},
         {{"info", "*/absent.reel"}, 1, "absent.reel: No such file"},
         {{"info", "*/bad.2.png"}, 1, "cannot be opened as a movie"},
         {{"verify", "*"}, 1, "it is a folder"},
@@ -185,6 +186,7 @@ TEST(reel_command, refuses_and_leaves_nothing_behind) {
             .status,
         0);
     std::filesystem::copy_file(folder / "good.reel", folder / "film.0.png");
+    write_bytes(folder / "cut.reel", read_bytes(folder / "good.reel").substr(0, 60));
     std::filesystem::create_symlink("absent/x.reel", folder / "nowhere");
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     const auto before = folder.names();

@@ -132,9 +132,9 @@ TEST(video, what_is_no_video_is_refused) {
 TEST(video, cut_off_files_never_pass_for_whole) {
     const scratch_folder folder;
     const std::string source = "-f lavfi -i testsrc=s=160x120:r=24:d=2 ";
-    for (const std::string name :
-         {"a.mp4 -movflags +faststart", "b.mp4", "c.mkv", "d.avi -c:v mjpeg",
-          "e.y4m -pix_fmt yuv420p", "f.mov -bf 3", "g.webm -deadline realtime"}) {
+    for (const std::string name : {"a.mp4 -movflags +faststart", "b.mp4", "c.mkv",
+                                   "d.avi -c:v mjpeg", "e.y4m -pix_fmt yuv420p", "f.mov -bf 3",
+                                   "g.webm -deadline realtime", "h.mkv -f lavfi -i sine=d=2.2"}) {
         const std::string file = name.substr(0, name.find(' '));
         ffmpeg(source + name.substr(file.size()) + quote(folder / file));
         const std::string whole = read_bytes(folder / file);

@@ -3,14 +3,22 @@
 // a lane pixels stand in quadrant order: the four of the top-left quadrant, then top-right,
 // bottom-left, bottom-right.
 //
-// A source includes this inside its unnamed namespace and says before:
+// This is included once for each instruction set, by its source, inside that one's unnamed
+// namespace: what it defines is compiled for the set that the source names, and a template could
+// not have another target attribute for each vector. The source says before, and undoes behind:
 //
-//   IR1_TARGET         the instruction set as a target attribute: a template could not have another
-//                      one for each vector; and IR1_INLINE, what procedures carry, it among it
+//   IR1_INLINE         what its procedures carry, the target attribute among it
 //   vector, V(name)    __m128i and _mm_name, or __m256i and _mm256_name
 //   V_BITS(name)       likewise for names that end in the vector's own
+//   lanes              how many a vector has, 1 or 2
 //   every_lane(m)      the __m128i m in every lane
 //   first_lane(v), last_lane(v)
+//
+// and has the library's headers and ir1_x86.h, which can not be included from within. Where nobody
+// has said so it is empty.
+#pragma once
+
+#ifdef IR1_INLINE
 
 // ---- Seeing ------------------------------------------------------------------------------------
 
@@ -178,8 +186,6 @@ IR1_INLINE vector flat_colours(const lane_blocks &sums) {
 
 // ---- Writing -----------------------------------------------------------------------------------
 
-constexpr int lanes = sizeof(vector) / sizeof(__m128i);
-
 // Writes a block; the bytes beyond a flat one are overwritten by what follows.
 IR1_INLINE std::uint8_t *put_block(std::uint8_t *to, unsigned mask, __m128i words,
                                    unsigned detailed) {
@@ -209,7 +215,7 @@ IR1_INLINE std::uint8_t *put_blocks(const encoder &e, const lane_blocks &b, int 
 // Some blocks are taken through one step after the other: a step is short enough for the processor
 // to work on several of them at once, all steps together are not. (Members are set one by one:
 // compilers copy whole records of vectors in pieces.)
-constexpr std::size_t blocks_at_once = 32; // x lanes
+inline constexpr std::size_t blocks_at_once = 32; // x lanes
 using lane_block_list = std::array<lane_blocks, blocks_at_once>;
 
 // Encodes `count` x lanes blocks from `top` on; the last of them has only `used` blocks.
@@ -222,7 +228,7 @@ IR1_INLINE std::uint8_t *encode_some(const encoder &e, const std::uint32_t *top,
         b.green = planes.green;
         b.blue = planes.blue;
         b.luminance = luminances(e, planes);
-        top += lanes * ir1_block_size;
+        top += std::ptrdiff_t{lanes} * ir1_block_size;
     }
     for (lane_blocks &b : blocks) {
         b.detailed = detailed_lanes(b.luminance, e.limit);
@@ -272,3 +278,5 @@ IR1_INLINE std::size_t encode_rows(std::span<const std::uint32_t> image, int wid
     }
     return static_cast<std::size_t>(to - blocks.data());
 }
+
+#endif // IR1_INLINE

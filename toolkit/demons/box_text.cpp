@@ -1,0 +1,112 @@
+#include "toolkit/demons/box_text.h"
+
+#include "toolkit/graphics/colour_indices.h"
+#include "toolkit/graphics/spaces.h"
+#include "toolkit/graphics/text.h"
+
+#include <algorithm>
+
+namespace toolkit {
+
+namespace {
+
+constexpr std::string_view ellipsis = "\xE2\x80\xA6";
+
+int width_of(int slot, std::string_view text) {
+    text_size size;
+    return gl_inquire_fm_font_size(text, &size, slot);
+}
+
+// The place of the character that byte `at` is part of.
+std::size_t character_start(std::string_view text, std::size_t at) {
+    at = std::min(at, text.size());
+    while (at > 0 && at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U)
+        --at;
+    return at;
+}
+
+void set_text_colour(look state) {
+    switch (state) {
+    case look::normal:
+    case look::pressed:
+        gl_set_draw_value(colour_text);
+        break;
+    case look::hilited:
+        gl_set_draw_value(colour_text_hilited);
+        break;
+    case look::disabled:
+        gl_set_draw_value(colour_disabled_text);
+        break;
+    }
+}
+
+void draw_clipped(const screen_box &box, int x, int slot, const std::string &text, look state) {
+    set_clip_box(box);
+    draw_text(x, box.y + (box.height - gl_inq_font_y_extent(slot)) / 2, slot, text, state);
+    reset_clip_box();
+}
+
+} // namespace
+
+std::string fit_text(int slot, std::string_view text, int width) {
+    if (width_of(slot, text) <= width)
+        return std::string(text);
+    std::size_t fits = 0; // so many bytes do
+    std::size_t over = text.size();
+    const int room = width - width_of(slot, ellipsis);
+    while (over - fits > 1) {
+        const std::size_t middle = fits + (over - fits) / 2;
+        if (width_of(slot, text.substr(0, character_start(text, middle))) <= room)
+            fits = middle;
+        else
+            over = middle;
+    }
+    return std::string(text.substr(0, character_start(text, fits))).append(ellipsis);
+}
+
+void draw_text(int x, int y, int slot, std::string_view text, look state) {
+    set_text_colour(state);
+    gl_draw_text(x, y, slot, text);
+}
+
+void draw_text_box(const screen_box &box, int slot, std::string_view text, look state) {
+    const std::string fitted = fit_text(slot, text, box.width);
+    draw_clipped(box, box.x + (box.width - width_of(slot, fitted)) / 2, slot, fitted, state);
+}
+
+void draw_text_left_box(const screen_box &box, int slot, std::string_view text, look state) {
+    const std::string fitted = fit_text(slot, text, box.width - 2 * text_margin);
+    draw_clipped(box, box.x + text_margin, slot, fitted, state);
+}
+
+void draw_text_with_hilite(int x, int y, int slot, std::string_view text, std::size_t begin,
+                           std::size_t end) {
+    begin = character_start(text, begin);
+    end = character_start(text, end);
+    if (begin < end) {
+        const int left = width_of(slot, text.substr(0, begin));
+        const int width = width_of(slot, text.substr(0, end)) - left;
+        gl_fill_box({static_cast<std::int16_t>(x + left), static_cast<std::int16_t>(y),
+                     static_cast<std::int16_t>(width),
+                     static_cast<std::int16_t>(gl_inq_font_y_extent(slot))},
+                    colour_accent_ground);
+    }
+    draw_text(x, y, slot, text);
+}
+
+void draw_text_with_hilite_save_clipped(const screen_box &box, int x, int y, int slot,
+                                        std::string_view text, std::size_t begin, std::size_t end) {
+    set_clip_box(box);
+    draw_text_with_hilite(x, y, slot, text, begin, end);
+    reset_clip_box();
+}
+
+void set_clip_box(const screen_box &box) {
+    gl_set_clip_box(box);
+}
+
+void reset_clip_box() {
+    gl_reset_clip_box();
+}
+
+} // namespace toolkit
