@@ -42,6 +42,15 @@ void without_states(const screen_box &box, look state) {
         paint(box);
 }
 
+// What erases is seen on a ground that is not the window's.
+template <void (*erase)(const screen_box &)>
+void on_dark_ground(const screen_box &box, look state) {
+    if (state != look::normal)
+        return;
+    gl_fill_box(box, colour_well);
+    erase(inside(box, 4));
+}
+
 template <direction to> void triangle(const screen_box &box, look state) {
     paint_triangle(box, to, state);
 }
@@ -108,8 +117,8 @@ constexpr std::array texts = {
     sample{"lines and circles", lines},
     sample{"dark gray, ground", without_states<erase_box_dark_gray>},
     sample{"dark gray, outline", without_states<draw_box_dark_gray>},
-    sample{"background", without_states<erase_box>},
-    sample{"rounded, erased", without_states<erase_rounded_box>},
+    sample{"background", on_dark_ground<erase_box>},
+    sample{"rounded, erased", on_dark_ground<erase_rounded_box>},
 };
 
 // ---- where it is
@@ -117,7 +126,7 @@ constexpr std::array texts = {
 constexpr std::array states = {look::normal, look::hilited, look::pressed, look::disabled};
 constexpr std::array<const char *, 4> state_names = {"normal", "highlighted", "pressed",
                                                      "disabled"};
-constexpr screen_box window_box = {120, 140, 1060, 700};
+constexpr screen_box window_box = {120, 140, 1060, 620};
 constexpr int margin = 20;
 constexpr int column_width = 510;
 constexpr int name_width = 130;
@@ -154,6 +163,8 @@ void draw_icons(const screen_box &window) {
     int y = window.y + margin;
     int row_height = 0;
     for (const builtin_icon &each : builtin_icons()) {
+        if (each.name.starts_with("player")) // with a clear ground: for the desktop
+            continue;
         const int index = gl_ind_bitmap(each.name);
         const bitmap_record *icon = gl_load_bitmap(index);
         if (icon == nullptr)
