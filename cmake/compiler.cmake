@@ -17,6 +17,9 @@ if(CCACHE_PROGRAM)
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options(-Wno-restrict) # GCC 12 sees it in "text" + std::string of its own library
+endif()
 
 # Hardened by default; the sanitizers bring their own checks and dislike _FORTIFY_SOURCE.
 add_compile_options(-fstack-protector-strong -fstack-clash-protection)

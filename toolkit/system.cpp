@@ -1,6 +1,9 @@
 #include "toolkit/system.h"
 
 #include "platform/gl/screen.h"
+#include "toolkit/demons/delivery.h"
+#include "toolkit/demons/demon_pointer.h"
+#include "toolkit/demons/dispatch.h"
 #include "toolkit/demons/generic_demons.h"
 #include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
@@ -46,12 +49,21 @@ void install_calls() {
                       .gl_input_init = gl_input_init,
                       .is_Cypress = [] { return gl_is_Cypress; }});
     set_window_calls({gl_refresh, gl_win_freeze, gl_win_thaw, gl_close_iris_wid});
+    set_dispatch_hooks({.system_terminate = system_terminate});
 }
 
 void device_init() {
     static_cast<void>(gl::getgdesc(gl::GD_XPMAX)); // the first question connects
     gl_init_font_table();
     gl_init_bitmap_table();
+}
+
+// Where the pointer is depends on where the windows are.
+void track_pointer(demon *self, object *sender, demon_message *m) {
+    const delivery here(self);
+    follow_iris_windows();
+    if (here.self() != nullptr)
+        demon_loc_move(self, sender, m);
 }
 
 // The root of all demons: as large as the screen, of no window, never seen itself.
@@ -65,6 +77,7 @@ void create_demon_god() {
     god->box = {0, 0, static_cast<std::int16_t>(std::min(width, largest)),
                 static_cast<std::int16_t>(std::min(height, largest))};
     god->draw = god->erase = god->hilite = god->dehilite = nullptr;
+    god->on.loc_move = track_pointer;
     demon_visibility_message(god, true); // what it adopts has this from it
     demon_enable_input_message(god, true);
     set_demon_god(god);
@@ -92,6 +105,7 @@ void system_terminate() {
     if (!running)
         return;
     running = false;
+    quit_dispatch();
     destroy_demons();
     terminate_objects();
     gl_free_window_table();

@@ -47,9 +47,13 @@ int scale() {
 }
 
 rectangle geometry(window_id id) {
-    const window *w = find_window(id);
+    window *w = find_window(id);
     rectangle area;
-    return w != nullptr && ask_geometry(*w, &area) ? area : rectangle{};
+    if (w == nullptr || !ask_geometry(*w, &area))
+        return {};
+    w->area.x = area.x; // the caller knows this place: it is told when the window has another one
+    w->area.y = area.y;
+    return area;
 }
 
 surface frame(window_id id, int index) {

@@ -1,5 +1,6 @@
 #include "toolkit/demons/box_text.h"
 
+#include "platform/gl/drawing.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/spaces.h"
 #include "toolkit/graphics/text.h"
@@ -40,7 +41,16 @@ void set_text_colour(look state) {
     }
 }
 
-void draw_clipped(const screen_box &box, int x, int slot, const std::string &text, look state) {
+// The text itself when it fits, else what fit_text makes of it, kept in *cut: what fits asks for no
+// memory.
+std::string_view fitted(int slot, std::string_view text, int width, std::string *cut) {
+    if (width_of(slot, text) <= width)
+        return text;
+    *cut = fit_text(slot, text, width);
+    return *cut;
+}
+
+void draw_clipped(const screen_box &box, int x, int slot, std::string_view text, look state) {
     set_clip_box(box);
     draw_text(x, box.y + (box.height - gl_inq_font_y_extent(slot)) / 2, slot, text, state);
     reset_clip_box();
@@ -70,13 +80,15 @@ void draw_text(int x, int y, int slot, std::string_view text, look state) {
 }
 
 void draw_text_box(const screen_box &box, int slot, std::string_view text, look state) {
-    const std::string fitted = fit_text(slot, text, box.width);
-    draw_clipped(box, box.x + (box.width - width_of(slot, fitted)) / 2, slot, fitted, state);
+    std::string cut;
+    text = fitted(slot, text, box.width, &cut);
+    draw_clipped(box, box.x + (box.width - width_of(slot, text)) / 2, slot, text, state);
 }
 
 void draw_text_left_box(const screen_box &box, int slot, std::string_view text, look state) {
-    const std::string fitted = fit_text(slot, text, box.width - 2 * text_margin);
-    draw_clipped(box, box.x + text_margin, slot, fitted, state);
+    std::string cut;
+    text = fitted(slot, text, box.width - 2 * text_margin, &cut);
+    draw_clipped(box, box.x + text_margin, slot, text, state);
 }
 
 void draw_text_with_hilite(int x, int y, int slot, std::string_view text, std::size_t begin,
@@ -84,12 +96,11 @@ void draw_text_with_hilite(int x, int y, int slot, std::string_view text, std::s
     begin = character_start(text, begin);
     end = character_start(text, end);
     if (begin < end) {
-        const int left = width_of(slot, text.substr(0, begin));
-        const int width = width_of(slot, text.substr(0, end)) - left;
-        gl_fill_box({static_cast<std::int16_t>(x + left), static_cast<std::int16_t>(y),
-                     static_cast<std::int16_t>(width),
-                     static_cast<std::int16_t>(gl_inq_font_y_extent(slot))},
-                    colour_accent_ground);
+        const int left = x + width_of(slot, text.substr(0, begin));
+        const int right = x + width_of(slot, text.substr(0, end)) - 1;
+        gl_set_draw_value(colour_accent_ground); // no box: long texts go beyond its 16 bits
+        if (left <= right)
+            gl::rectfi(left, y, right, y + gl_inq_font_y_extent(slot) - 1);
     }
     draw_text(x, y, slot, text);
 }

@@ -134,7 +134,7 @@ void show_box(const screen_box &box) {
 // ---- turning over
 
 void xor_box(const screen_box &box) {
-    if (gl_inq_color_mode() != 0)
+    if (gl_inq_color_mode() != 0 || !has_area(box))
         return;
     const int right = right_of(box);
     const int top = top_of(box);
@@ -212,6 +212,10 @@ void paint_button(const screen_box &box, look state) {
 }
 
 void paint_beveled_box(const screen_box &box, look state) {
+    if (state == look::disabled) { // flat, and not lost on a window's inside
+        gl_outline_fill_box(box, colour_face, colour_dark_gray);
+        return;
+    }
     draw_bevel(box, state);
     const screen_box inner = inside(box, 1);
     draw_bevel(inner, state);

@@ -112,12 +112,11 @@ void demon_box_in(demon *self, object *sender, demon_message *m) {
 void demon_box_out(demon *self, object *sender, demon_message *m) {
     const screen_point at = m != nullptr ? m->point : self->cursor;
     const delivery here(self);
-    if (self->push_on_leave != 0 && (self->flags & flag_in_pop) == 0) {
+    if (self->push_on_leave != 0) {
         demon_cursor(self, at, cursor_mode::left);
-        demon_push_message(here.self());
-        return;
+        demon_push_message(here.self()); // refused while it is pushed: then its kids are told
     }
-    if (self->box_in_child != nullptr) {
+    if (here.self() != nullptr && self->box_in_child != nullptr) {
         const demon_ref kid = refer_to_demon(self->box_in_child);
         self->box_in_child = nullptr;
         forward(kid, sender, m != nullptr ? *m : demon_message{}, msg_box_out);

@@ -36,7 +36,6 @@ demon **link_to(demon *d) {
     return *link == d ? link : nullptr;
 }
 
-
 bool can_adopt(demon *child, demon *parent) {
     return is_usable(child) && is_usable(parent) && !is_inside(parent, child);
 }
@@ -81,6 +80,8 @@ void put_at(demon **link, demon *child, demon *parent, demon_list list) {
     child->list = list;
     child->next = *link;
     *link = child;
+    if (list == demon_list::pop)
+        child->popped = 0;
     if (is_new && child->locked != 0)
         set_locked(parent, demon_on);
 }
@@ -88,8 +89,6 @@ void put_at(demon **link, demon *child, demon *parent, demon_list list) {
 void put_first(demon *child, demon *parent, demon_list list) {
     unlink_demon(child);
     put_at(head_of(parent, list), child, parent, list);
-    if (list == demon_list::pop)
-        child->popped = 0;
 }
 
 void take_window(demon *d, std::int32_t window) {
@@ -219,13 +218,18 @@ void move_demon(demon *d, int dx, int dy) {
 }
 
 void recursive_move_demon(demon *first, int dx, int dy) {
-    walk_tree(first, [dx, dy](demon *d) { move_demon(d, dx, dy); }, count_joins());
+    walk_tree(
+        first, [dx, dy](demon *d) { move_demon(d, dx, dy); }, count_joins());
 }
 
 // ---- walks
 
 void do_demon_tree(demon *first, void (*function)(demon *d)) {
     walk_tree(first, function, count_joins());
+}
+
+void walk_demon_god(void (*visit)(object *o)) {
+    walk_tree(inq_demon_god(), visit, count_joins());
 }
 
 void demon_next_do(demon *self, object *sender, demon_message *m) {

@@ -13,8 +13,9 @@ namespace toolkit {
 
 // Makes the child the parent's first one; it takes the parent's visibility and input state, and its
 // window if it has none. A child that is there already keeps its place. From any other list it is
-// taken out first; when it is locked, its new ancestors are then, and no longer the old ones. Nothing for null, for a parent that is destroyed or in destruction, and for one
-// that is the child itself or inside it.
+// taken out first; when it is locked, its new ancestors are then, and no longer the old ones.
+// Nothing for null, for a parent that is destroyed or in destruction, and for one that is the child
+// itself or inside it.
 void add_demon(demon *child, demon *parent);
 
 // Hides the child, disables its input, and takes it out of its parent's kids. Its parent is kept.
@@ -51,6 +52,9 @@ void recursive_move_demon(demon *first, int dx, int dy);
 // Calls the function for each demon of the chain; after each, for what is in it: kids, pop list.
 void do_demon_tree(demon *first, void (*function)(demon *d));
 
+// The same for all below the demon god and itself, for layers that know no demons.
+void walk_demon_god(void (*visit)(object *o));
+
 // Sends the message on to the next sibling, if it asks for that.
 void demon_next_do(demon *self, object *sender, demon_message *m);
 
@@ -61,8 +65,8 @@ void lock_me(demon *d);
 void unlock_me(demon *d);
 
 // From `first` on, each demon and what is in it takes its parent's window, and so do their clients
-// that are display objects. Stops at one without parent; leaves out those that have windows of their
-// own (flag_owns_window).
+// that are display objects. Stops at one without parent; leaves out those that have windows of
+// their own (flag_owns_window).
 void demon_gl_window_assign(demon *first);
 
 // Takes the demon out of all: its list, the box-in links, running deliveries; its children are out

@@ -9,6 +9,7 @@
 #include "toolkit/graphics/drawing.h"
 #include "toolkit/graphics/fonts.h"
 #include "toolkit/graphics/spaces.h"
+#include "toolkit/objects/object_names.h"
 
 namespace toolkit {
 
@@ -131,6 +132,7 @@ object_class *create_demon_class() {
     set_method<demon_get_enable_input>(made, msg_get_enable_input);
     set_method<demon_set_keyboard_client>(made, msg_set_keyboard_client);
     set_method<demon_get_keyboard_client>(made, msg_get_keyboard_client);
+    set_demon_hooks(&Demon_Class, walk_demon_god);
     return keep_class_in(&Demon_Class, made);
 }
 
@@ -308,10 +310,12 @@ void demon_init(demon *self, object *sender, demon_message *m) {
 }
 
 void demon_destroy(demon *self, object *sender, demon_message *m) {
-    if ((self->flags & flag_in_destruction) != 0)
-        return;
-    self->flags |= flag_in_destruction;
     const delivery here(self);
+    if ((self->flags & flag_in_destruction) != 0) {
+        here.pass_on(sender, m);
+        return;
+    }
+    self->flags |= flag_in_destruction;
     object *client = referred(self->client);
     self->client = {};
     tell_client(client, self, msg_destroy, 0);

@@ -24,6 +24,9 @@
 //   demon is destroyed and when the sibling that comes next leaves the list; what is gone is left
 //   out, and the message goes on with what is still there.
 //
+// The sender of a message is for comparing: it may be gone when siblings get the message. (Only
+// msg_add looks at it.)
+//
 // So a message reaches each demon that is in its way from its start to its end; those that are
 // added meanwhile are not met. A demon in destruction takes no children any more, and nothing can
 // become its own ancestor.
@@ -81,8 +84,8 @@ struct demon : display_object {
     std::int16_t blink_countdown;
     demon_list list;      // that it is in
     std::uint64_t joined; // when it joined that: delivery.h
-    word first_word;  // * the subclass's own
-    word second_word; // *
+    word first_word;      // * the subclass's own
+    word second_word;     // *
 };
 
 extern object_class *Demon_Class;
@@ -130,8 +133,8 @@ void set_demon_god(demon *d);
 
 // --- sending -------------------------------------------------------------------------------------
 
-// Sends a message to one demon: calls the method of m.code. Null: nothing. (The visibility message of
-// plain display objects carries a number instead of a message: it is not for demons.)
+// Sends a message to one demon: calls the method of m.code. Null: nothing. (The visibility message
+// of plain display objects carries a number instead of a message: it is not for demons.)
 inline word send_demon_message(demon *to, object *sender, demon_message &m) {
     return send_message(to, m.code, to_word(sender), to_word(&m));
 }

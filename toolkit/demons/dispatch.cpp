@@ -3,6 +3,7 @@
 #include "platform/gl/queue.h"
 #include "toolkit/demons/cursor_filters.h"
 #include "toolkit/demons/event_filters.h"
+#include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/events/timers.h"
 
@@ -102,11 +103,15 @@ void tell_none_event() {
         send_demon_message(d, nullptr, m);
 }
 
+bool is_alias(const input_event &e) {
+    return e.input_class == input_keyboard && fire_keystroke_alias(e.value);
+}
+
 // Hands on an event that translate_input has put in place.
 void handle_event(const input_event &e, bool is_to_deliver) {
     if (e.input_class == input_none)
         tell_none_event();
-    else if (is_to_deliver)
+    else if (is_to_deliver && !is_alias(e))
         deliver_event(e.input_class, state.current);
 }
 
@@ -175,10 +180,10 @@ struct button_message {
     std::uint32_t code;
 };
 constexpr std::array button_messages{
-    button_message{'a', msg_left_down},   button_message{'A', msg_left_up},
-    button_message{'b', msg_middle_down}, button_message{'B', msg_middle_up},
-    button_message{'c', msg_right_down},  button_message{'C', msg_right_up},
-    button_message{'D', msg_left_double}, button_message{'E', msg_middle_double},
+    button_message{'a', msg_left_down},    button_message{'A', msg_left_up},
+    button_message{'b', msg_middle_down},  button_message{'B', msg_middle_up},
+    button_message{'c', msg_right_down},   button_message{'C', msg_right_up},
+    button_message{'D', msg_left_double},  button_message{'E', msg_middle_double},
     button_message{'F', msg_right_double},
 };
 
@@ -187,6 +192,7 @@ constexpr std::array button_messages{
 void set_dispatch_hooks(const dispatch_hooks &calls) {
     hooks = calls;
     state.quit = false;
+    clear_keystroke_aliases();
 }
 
 // ---- running

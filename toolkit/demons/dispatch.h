@@ -25,7 +25,8 @@ namespace toolkit {
 
 // --- what lies above -----------------------------------------------------------------------------
 
-// What is not installed is left out. To install them clears the quit flag: a new run begins.
+// What is not installed is left out. To install them clears the quit flag and the keystroke aliases
+// (keystroke_aliases.h): a new run begins.
 struct dispatch_hooks {
     void (*getGraphics)() = nullptr;      // when dispatch_loop begins
     void (*system_terminate)() = nullptr; // when it ends, and from bye()

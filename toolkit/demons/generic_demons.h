@@ -1,9 +1,11 @@
 // Generic demons: demons whose behaviour lies in handlers of their own instead of in a class.
 //
+//   void switch_lamp(demon *self, object *sender, demon_message *m);
 //   generic_demon *lamp = create_generic_demon(nullptr, 60, 20, nullptr);
-//   lamp->on.b1_down = switch_lamp;                // void switch_lamp(demon *, object *,
-//   demon_message *) lamp->on.draw = draw_lamp; set_demon(lamp, panel, 10, 10); add_demon(lamp,
-//   panel);
+//   lamp->on.b1_down = switch_lamp;
+//   lamp->on.draw = draw_lamp;
+//   set_demon(lamp, panel, 10, 10);
+//   add_demon(lamp, panel);
 //
 // A message goes to the demon's handler when it has one; else to the method that plain demons have
 // for it. What that method would have done is then the handler's business: one for pointer moves

@@ -226,6 +226,14 @@ void destroy_all_iris_windows() {
         }
 }
 
+void follow_iris_windows() {
+    for (int wid = 0; wid < num_wids; wid++) {
+        object *owner = gl_get_wid_demon(wid);
+        if (is_live(owner) && is_iris_window_demon(owner))
+            follow_window(static_cast<demon *>(owner));
+    }
+}
+
 // ---- popping and pushing
 
 void popup_iris_window(demon *self, object *parent, demon_message *m) {
@@ -271,7 +279,8 @@ void pushdown_iris_window(demon *self, object *sender, demon_message *m) {
 }
 
 void iris_demon_new_window(demon *self) {
-    gl_new_win(title_of(window_demon(self)), self);
+    if (!is_ending(self))
+        gl_new_win(title_of(window_demon(self)), self);
 }
 
 // ---- destruction
@@ -327,13 +336,6 @@ void iris_demon_fill(display_object *self) {
 void iris_demon_pick(demon *self, object *sender, demon_message *m) {
     if (m == nullptr)
         return;
-    const delivery here(self);
-    follow_window(self);
-    if (here.self() == nullptr) {
-        if (sender != self && here.next() != nullptr)
-            send_demon_message(here.next(), sender, *m);
-        return;
-    }
     const bool is_seen = has_window(self) && in_box(self->box, m->point) &&
                          gl_get_win_pos(m->point.x, m->point.y) == self->window;
     if (is_seen || self->locked != 0)

@@ -1,9 +1,8 @@
 // Window demons: each stands for one window of the screen, owns it, and is the root of the demons
 // that are shown in it.
 //
-//   iris_window_demon *panel = create_iris_window_demon_pushed(nullptr, 100, 200, 400, 300,
-//   "Panel",
-//                                                              nullptr, 0);
+//   iris_window_demon *panel =
+//       create_iris_window_demon_pushed(nullptr, 100, 200, 400, 300, "Panel", nullptr, 0);
 //   add_demon(button, panel);                      // now or later
 //   demon_pop_message(panel);                      // its window opens
 //   demon_push_message(panel);                     // and closes; the demons live on
@@ -20,8 +19,8 @@
 // list of the parent that it had, and can be popped again.
 //
 // While its window is open the demon is a child of the demon god and counts as popped. It follows
-// the window over the screen: whenever it is drawn, and whenever the pointer is looked for, it
-// moves with all that is in it to where the window stands.
+// the window over the screen: whenever it is drawn, and before the god hears of a move of the
+// pointer (follow_iris_windows), it moves with all that is in it to where the window stands.
 //
 // Keys go to the keyboard client, wherever in the window the pointer is. Any demon asks for the
 // keyboard of its window by demon_keyboard_client_message(itself, itself), and gives it back with
@@ -87,6 +86,10 @@ create_iris_window_demon_pushed(object_set *set, int x, int y, int width, int he
 
 // Whether o is a window demon.
 [[nodiscard]] bool is_iris_window_demon(const object *o);
+
+// Brings all window demons to where their windows stand. Who draws what is in a window without
+// having drawn the window calls it first: the user may have moved the window meanwhile.
+void follow_iris_windows();
 
 // Destroys every window demon with all that is in it, whatever its kind: for the program's end.
 void destroy_all_iris_windows();

@@ -36,6 +36,8 @@ struct input_state {
 };
 input_state input;
 window_calls windows;
+window_watch watch_windows = nullptr;
+int arrow_key_takers = 0;
 
 bool is_valuator(gl::device d) {
     return d == gl::MOUSEX || d == gl::MOUSEY;
@@ -235,6 +237,28 @@ void move_by_arrow_key(gl::device d) {
     gl_set_valuator(at.x + right, at.y + up);
 }
 
+std::int16_t arrow_key_value(gl::device d) {
+    switch (d) {
+    case gl::LEFTARROWKEY:
+        return left_arrow_pressed;
+    case gl::RIGHTARROWKEY:
+        return right_arrow_pressed;
+    case gl::UPARROWKEY:
+        return up_arrow_pressed;
+    default:
+        return down_arrow_pressed;
+    }
+}
+
+input_event translate_arrow_key(const queue_entry &entry) {
+    if (entry.value == 0)
+        return {};
+    if (arrow_key_takers > 0)
+        return {input_keyboard, arrow_key_value(entry.device)};
+    move_by_arrow_key(entry.device);
+    return {};
+}
+
 input_event translate_key(const queue_entry &entry) {
     const int character = key_character(entry.device, is_shifted(), input.caps_lock);
     // Escape is delivered when released too: who waits for it may have missed the press.
@@ -253,8 +277,16 @@ void call_window(void (*function)(int), std::int16_t window) {
         function(window);
 }
 
+void tell_watch(const queue_entry &entry) {
+    const bool is_watched = entry.device == gl::INPUTCHANGE || entry.device == gl::WINFREEZE ||
+                            entry.device == gl::WINQUIT || entry.device == gl::WINSHUT;
+    if (is_watched && watch_windows != nullptr)
+        watch_windows(entry.device, entry.value);
+}
+
 // Timers and window events: what they ask for is done here. Only the idle tick is delivered.
 input_event handle_internal(const queue_entry &entry) {
+    tell_watch(entry);
     switch (entry.device) {
     case gl::TIMER0:
         return {are_null_events_enabled() ? input_none : input_nothing, 0};
@@ -311,11 +343,8 @@ input_event translate(const queue_entry &entry) {
         translate_caps_lock(entry.value);
         return {};
     }
-    if (gl_arrow_key(entry.device) != answer_no) {
-        if (entry.value != 0)
-            move_by_arrow_key(entry.device);
-        return {};
-    }
+    if (gl_arrow_key(entry.device) != answer_no)
+        return translate_arrow_key(entry);
     return translate_key(entry);
 }
 
@@ -355,6 +384,19 @@ bool gl_is_Cypress = false;
 
 void set_window_calls(const window_calls &calls) {
     windows = calls;
+}
+
+void set_window_watch(window_watch watch) {
+    watch_windows = watch;
+}
+
+void take_arrow_keys() {
+    ++arrow_key_takers;
+}
+
+void give_back_arrow_keys() {
+    if (arrow_key_takers > 0)
+        --arrow_key_takers;
 }
 
 void gl_input_init() {

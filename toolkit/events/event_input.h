@@ -18,7 +18,8 @@
 // While the cursor moves it is polled, and gl_event_get returns at once; when it has rested for
 // half a second of processor time, its moves come through the queue and the program sleeps there.
 //
-// Window events, timers and arrow keys are handled in here and give class input_nothing.
+// Window events, timers and arrow keys are handled in here and give class input_nothing; arrow keys
+// are keyboard events while somebody takes them.
 #pragma once
 
 #include "platform/gl/devices.h"
@@ -40,6 +41,17 @@ struct window_calls {
     void (*gl_close_iris_wid)(int window) = nullptr; // the user wants it closed
 };
 void set_window_calls(const window_calls &calls);
+
+// Told of INPUTCHANGE (value: the window that has the keyboard now, 0: none of ours), WINFREEZE,
+// WINQUIT and WINSHUT, before anything is done about them: for what must not stay on the screen
+// then, as menus. Null: nobody.
+using window_watch = void (*)(gl::device what, int window);
+void set_window_watch(window_watch watch);
+
+// Between the two, presses of arrow keys are delivered (left_arrow_pressed ...) instead of moving
+// the cursor by a pixel. Pairs nest.
+void take_arrow_keys();
+void give_back_arrow_keys();
 
 // Queues the toolkit's devices (input_devices()) and starts the event clock. May be called again,
 // after others had the queue: the modifiers are then those that are held now, and no press counts

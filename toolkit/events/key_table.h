@@ -21,6 +21,12 @@ inline constexpr int tab_character = 9;
 inline constexpr int return_character = 13; // of Line Feed and the pad's Enter too
 inline constexpr int escape_character = 27;
 
+// The values of arrow keys in keyboard events, presses only: see take_arrow_keys (event_input.h).
+inline constexpr std::int16_t left_arrow_pressed = 1012;
+inline constexpr std::int16_t right_arrow_pressed = 1013;
+inline constexpr std::int16_t up_arrow_pressed = 1014;
+inline constexpr std::int16_t down_arrow_pressed = 1015;
+
 // The character that a key types, or 0 when it types none. Letters are upper case with shift or
 // caps lock, or both; other keys give their shifted character with shift; the pad, Space and the
 // control characters do not change.

@@ -251,8 +251,7 @@ void gl_map_color(int index, int red, int green, int blue) {
     gl_set_color_map_entry(nullptr, index, colour);
 }
 
-// --- the maps of windows
-// ---------------------------------------------------------------------------
+// --- the maps of windows -------------------------------------------------------------------------
 
 void gl_set_window_color_map(int wid, color_map *map) {
     std::vector<color_map *> &maps = state().of_windows;

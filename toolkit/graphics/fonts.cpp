@@ -44,6 +44,13 @@ font_record *record_of(int slot) {
     return &fonts_info[static_cast<std::size_t>(slot)];
 }
 
+const char *role_name_of(int slot) {
+    const auto at = std::find(font_role_slots.begin(), font_role_slots.end(), slot);
+    return at == font_role_slots.end()
+               ? "-"
+               : role_names[static_cast<std::size_t>(at - font_role_slots.begin())];
+}
+
 const font_record *loaded_record(int slot) {
     const font_record *record = record_of(slot);
     return record != nullptr && record->loaded == font_loaded ? record : nullptr;
@@ -129,16 +136,16 @@ int gl_inquire_fm_font_size(std::string_view text, text_size *size, int slot) {
 
 std::string gl_describe_font_table() {
     std::string all;
-    for (std::size_t role = 0; role < font_role_slots.size(); role++) {
-        const font_record *record = loaded_record(font_role_slots[role]);
+    for (int slot = 0; slot < font_slot_count; slot++) {
+        const font_record *record = loaded_record(slot);
         if (record == nullptr)
             continue;
         fm::fmfontinfo info;
         fm::fmgetfontinfo(record->handle, &info);
         std::array<char, 256> line{};
         std::snprintf(line.data(), line.size(),
-                      "%2d %-11s %-19s %4.1f points %3d pixels %-22s baseline %d height %d\n",
-                      font_role_slots[role], role_names[role], record->name.data(),
+                      "%2d %-11s %-19s %4.1f points %3d pixels %-22.99s baseline %d height %d\n",
+                      slot, role_name_of(slot), record->name.data(),
                       static_cast<double>(record->points), info.pixels,
                       fm::fmgetfacename(record->handle).c_str(), record->baseline_offset,
                       record->height);

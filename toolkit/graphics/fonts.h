@@ -78,8 +78,8 @@ void gl_fmprstr(std::string_view text);
 // height of a line. Returns the width; 0 and 0 x 0 for a slot that is not loaded.
 int gl_inquire_fm_font_size(std::string_view text, text_size *size, int slot);
 
-// The table as text for people: a line for each loaded slot with its role, the face asked for, its
-// size in points and pixels, the face in use, the baseline offset and the height.
+// The table as text for people: a line for each loaded slot with its role (or -), the face asked
+// for, its size in points and pixels, the face in use, the baseline offset and the height.
 [[nodiscard]] std::string gl_describe_font_table();
 
 } // namespace toolkit

@@ -1,5 +1,7 @@
 #include "toolkit/graphics/icon_files.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <cstdio>

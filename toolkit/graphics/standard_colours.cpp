@@ -3,6 +3,7 @@
 #include "toolkit/graphics/colour_indices.h"
 
 #include <array>
+#include <string>
 
 namespace toolkit {
 namespace {
@@ -67,10 +68,11 @@ constexpr std::array first_colours{rgb(0, 0, 0),     rgb(255, 0, 0),    rgb(0, 2
 
 constexpr int bevel_button_block = 1; // its number: fill_default_map defines it second
 
-std::string_view name_of(int index) {
+// " name" or " name, hilited" of a fixed colour, else nothing.
+std::string label_of(int index) {
     for (const standard_colour &c : table)
-        if (c.index == index)
-            return c.name;
+        if (hilited(c.index) == hilited(index))
+            return " " + std::string(c.name) + (index == c.index ? "" : ", hilited");
     return {};
 }
 
@@ -101,8 +103,8 @@ void tabulate_colours(std::FILE *stream, const color_map *map) {
     const bool fixed = map == nullptr;
     if (fixed)
         map = &default_color_map();
-    std::fprintf(stream, "map of %d colours, %zu blocks\n", static_cast<int>(map->size),
-                 map->blocks.size());
+    std::fprintf(stream, "map of %d colours, %zu blocks, %s\n", static_cast<int>(map->size),
+                 map->blocks.size(), map->display.not_mapped ? "not mapped" : "mapped");
     int number = 0;
     for (const color_block &b : map->blocks) {
         std::fprintf(stream, "block %d: %d at %d, shown at %d\n", number++,
@@ -111,9 +113,8 @@ void tabulate_colours(std::FILE *stream, const color_map *map) {
         for (int i = b.first; i < b.first + b.count; i++) {
             std::uint32_t colour = 0;
             gl_get_color_map_entry(map, i, &colour);
-            const std::string_view name = fixed ? name_of(i) : std::string_view{};
-            std::fprintf(stream, "  %4d #%06x%s%.*s\n", i, static_cast<unsigned>(colour >> 8),
-                         name.empty() ? "" : " ", static_cast<int>(name.size()), name.data());
+            std::fprintf(stream, "  %4d #%06x%s\n", i, static_cast<unsigned>(colour >> 8),
+                         fixed ? label_of(i).c_str() : "");
         }
     }
 }

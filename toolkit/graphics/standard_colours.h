@@ -33,8 +33,9 @@ void gl_init_colors();
 [[nodiscard]] color_map &default_color_map();
 void fill_default_map(color_map *map);
 
-// Prints a map: size, blocks, then every entry of its blocks as "index #rrggbb", with the names of
-// the fixed colours when it is the default map (null).
+// Prints a map, null the default one: its size, the number of its blocks and whether the display
+// has its colours; then every entry of its blocks as "index #rrggbb". The fixed colours of the
+// default map have their names, the odd one of a pair with "hilited".
 void tabulate_colours(std::FILE *stream, const color_map *map);
 
 } // namespace toolkit

@@ -34,8 +34,14 @@ struct table_state {
 };
 table_state state;
 
-bool has_demon(const window_record &r) {
-    return is_live(r.demon); // one that was deleted has no say any more
+// The owner; null for one that was deleted, which has no say any more.
+object *owner_of(const window_record &r) {
+    return referred(r.owner);
+}
+
+void give_to(window_record &r, object *demon) {
+    r.demon = demon;
+    r.owner = refer_to(demon);
 }
 
 // Opens a GL window at the demon's box; -1 when there is none to be had.
@@ -66,7 +72,7 @@ int enter_window(int gl_window, object *demon) {
         gl::winclose(r.gl_window); // its demon was taken away, and nobody closed it
     r = {};
     r.gl_window = gl_window;
-    r.demon = demon;
+    give_to(r, demon);
     gl_set_window_color_map(wid, nullptr);
     return wid;
 }
@@ -105,11 +111,12 @@ bool ask_to_exit() {
 // Whether a window may be closed. Asking may run a loop in which anything happens.
 bool may_close(int wid) {
     const window_record *r = gl_get_window_record(wid);
-    if (!has_demon(*r))
+    const object *owner = owner_of(*r);
+    if (owner == nullptr)
         return true;
-    if ((r->demon->flags & flag_stays_open) != 0)
+    if ((owner->flags & flag_stays_open) != 0)
         return false;
-    if ((r->demon->flags & flag_ends_program) == 0)
+    if ((owner->flags & flag_ends_program) == 0)
         return true;
     const int gl_window = r->gl_window;
     const int before = curr_wid;
@@ -140,8 +147,9 @@ void set_window_hooks(const window_hooks &hooks) {
 }
 
 void draw_window_demon(const window_record &record) {
-    if (has_demon(record) && state.hooks.draw_demon != nullptr)
-        state.hooks.draw_demon(record.demon);
+    object *owner = owner_of(record);
+    if (owner != nullptr && state.hooks.draw_demon != nullptr)
+        state.hooks.draw_demon(owner);
 }
 
 void set_quit_function(quit_function function, word argument) {
@@ -179,7 +187,7 @@ int gl_win_open(const char *title, object *demon) {
 
 void gl_new_win(const char *title, object *demon) {
     const auto at = std::find_if(wid_list.begin(), wid_list.end(),
-                                 [demon](const auto &r) { return r->demon == demon; });
+                                 [demon](const auto &r) { return owner_of(*r) == demon; });
     if (demon == nullptr || at == wid_list.end())
         return;
     window_record &r = **at;
@@ -208,12 +216,11 @@ void gl_win_close(int wid) {
     gl::winset(r->gl_window);
     curr_wid = no_window;
     gl::winclose(r->gl_window);
-    object *demon = r->demon;
-    const bool is_told = has_demon(*r);
+    object *owner = owner_of(*r);
     *r = {};
     gl_set_window_color_map(wid, nullptr);
-    if (is_told)
-        object_destroy_message(demon); // may use the record again: it is not touched any more
+    if (owner != nullptr)
+        object_destroy_message(owner); // may use the record again: it is not touched any more
 }
 
 void gl_check_demon_extent(object *demon) {
@@ -232,12 +239,12 @@ void gl_check_demon_extent(object *demon) {
 
 void gl_set_wid_demon(int wid, object *demon) {
     if (window_record *r = gl_get_window_record(wid))
-        r->demon = demon;
+        give_to(*r, demon);
 }
 
 object *gl_get_wid_demon(int wid) {
     const window_record *r = gl_get_window_record(wid);
-    return r == nullptr ? nullptr : r->demon;
+    return r == nullptr ? nullptr : owner_of(*r);
 }
 
 void gl_free_window_table() {

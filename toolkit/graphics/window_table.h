@@ -36,6 +36,7 @@ inline constexpr std::int16_t window_missed_refresh = 0x2; // draw it when it co
 struct window_record {
     std::int32_t gl_window = no_window;
     object *demon = nullptr;                       // its owner; null: the record is free
+    object_ref owner = {};                         // the same, as long as it lives
     std::int16_t flags = 0;                        // window_...
     std::int16_t color_map_mode = 0;               // 0: RGB mode; non-zero: colour-map mode
     std::unique_ptr<std::uint32_t[]> first_buffer; // pixels that its user keeps with the window
@@ -102,7 +103,8 @@ void gl_win_close(int wid);
 // Brings a demon's box onto the screen by moving it, the upper left corner if all does not fit.
 void gl_check_demon_extent(object *demon);
 
-// The owner of a window. Ids outside 0 .. num_wids - 1 are ignored, and answered with null.
+// The owner of a window; null when it was deleted, even if another object has taken its record. Ids
+// outside 0 .. num_wids - 1 are ignored, and answered with null.
 void gl_set_wid_demon(int wid, object *demon);
 [[nodiscard]] object *gl_get_wid_demon(int wid);
 

@@ -43,10 +43,11 @@ word *enter(std::unique_ptr<word[]> entries, std::int32_t capacity) {
     return array;
 }
 
-// The array's next address, with room for the index; null when there is no memory.
+// The array's next address, with room for the index; null when there is no memory. Its capacity is
+// 1 or more.
 word *grow(const word *array, std::int32_t index) {
     const descriptor &old = table.find(array)->second;
-    std::int32_t capacity = std::max(old.capacity, 1);
+    std::int32_t capacity = old.capacity;
     while (capacity <= index)
         capacity *= 2; // the index is below the largest capacity, a power of two
     std::unique_ptr<word[]> entries = allocate(capacity);
@@ -88,6 +89,10 @@ void write_dynamic_array(word **holder, std::int32_t index, word value) {
         return;
     }
     if (index >= d->capacity) {
+        if (d->capacity == 0) {
+            report_misuse("write_dynamic_array", "the array was made without entries");
+            return;
+        }
         word *grown = grow(*holder, index);
         if (grown == nullptr)
             return;

@@ -25,10 +25,11 @@ inline constexpr std::int32_t max_array_capacity = 1 << 27; // words: 1 GiB
 // The entry; 0 for an index outside the array's capacity.
 word read_dynamic_array(const word *array, std::int32_t index);
 
-// Stores the value. An index at or beyond the capacity doubles it (from 1 when it is 0) until the
-// index lies inside; the entries keep their values, new ones are 0, and *holder is the new address:
-// other copies of the old one are stale. Ignored: an index below 0 or of max_array_capacity and
-// more, and growth without memory.
+// Stores the value. An index at or beyond the capacity doubles it until the index lies inside; the
+// entries keep their values, new ones are 0, and *holder is the new address: other copies of the
+// old one are stale. Ignored: an index below 0 or of max_array_capacity and more, growth without
+// memory, and an array of capacity 0, which can not be doubled: make those that are to grow with 1
+// or more.
 void write_dynamic_array(word **holder, std::int32_t index, word value);
 
 // Entries of the array; 0 for an address that is none.

@@ -109,6 +109,16 @@ void get_name_of_object(const object *o, char *buffer) {
         std::memcpy(buffer, e->name.data(), std::strlen(e->name.data()) + 1);
 }
 
+void tabulate_names(std::FILE *stream) {
+    for (const name_entry *e = newest; stream != nullptr && e != nullptr; e = e->next) {
+        if (object *o = referred(e->named)) {
+            std::array<char, object_name_size> what = {};
+            get_name_object(o, 0, what.data());
+            std::fprintf(stream, "\"%s\" names %s\n", e->name.data(), what.data());
+        }
+    }
+}
+
 void clear_mark_demon(object *o) {
     if (o != nullptr)
         o->flags &= static_cast<std::uint16_t>(~flag_named);

@@ -1,6 +1,6 @@
 // Names of objects: one table for all, newest entry first.
 //
-//   auto_name_demon(d);                       // "pulldown class 3", unless it has a name
+//   auto_name_demon(d);                       // "pulldown class  3", unless it has a name
 //   name_demon("file menu", d);
 //   object *o = get_named_object("file menu");
 //   char name[object_name_size] = "";
@@ -13,6 +13,7 @@
 #include "toolkit/objects/objects.h"
 
 #include <cstddef>
+#include <cstdio>
 
 namespace toolkit {
 
@@ -40,6 +41,11 @@ object *get_named_object(const char *name);
 // Copies the object's name; leaves the buffer untouched when it has none.
 //   buffer   object_name_size bytes at least
 void get_name_of_object(const object *o, char *buffer);
+
+// Prints the table, newest entry first, for whoever looks for an object: its name, then what it is,
+// as get_name_object puts it.
+//   "file menu" names pulldown class  3
+void tabulate_names(std::FILE *stream);
 
 // Clears the named flag, not the entry: for walks over a tree when the table is empty.
 void clear_mark_demon(object *o);

@@ -43,10 +43,22 @@ int start_image(image_writing &work, const std::string &path, output_file &file)
     const std::lock_guard hold(work.mutex);
     if (work.failed)
         return -1;
-    work.failed = is_the_movie(work.job, path) || start_output(path, file) != 0;
+    work.failed = start_output(path, file) != 0;
     if (work.failed)
         leave_progress(work.meter);
     return work.failed ? -1 : 0;
+}
+
+std::string image_path(const image_writing &work, int index) {
+    return work.numbered ? format_frame_path(work.pattern, index) : work.job.options.output;
+}
+
+// Whether an image would replace the movie. Looked at before anything is written.
+bool would_replace_movie(const image_writing &work) {
+    for (std::int64_t place = 0; place < count_selected(work.job.chosen); ++place)
+        if (is_the_movie(work.job, image_path(work, frame_at(work.job, place))))
+            return true;
+    return false;
 }
 
 // Writes a picture under its name. Returns 0, or -1 after a report.
@@ -93,9 +105,7 @@ void write_frames(image_writing &work) {
     for (int index = 0; take_frame(work, &index);) {
         const std::string fault = show_frame(work.job.movie, index, shown);
         const bool written =
-            !fault.empty() || write_image(work, shown,
-                                          work.numbered ? format_frame_path(work.pattern, index)
-                                                        : work.job.options.output) == 0;
+            !fault.empty() || write_image(work, shown, image_path(work, index)) == 0;
         note_frame(work, index, fault, written);
     }
 }
@@ -139,6 +149,10 @@ int decode_to_images(const decode_job &job) {
     image_writing work{job,     *images,
                        pattern, kind == pattern_kind::pattern,
                        {},      start_progress("decoding", wanted)};
+    if (would_replace_movie(work)) {
+        clear_progress(work.meter);
+        return exit_failed;
+    }
     run_parallel(static_cast<int>(std::min<std::int64_t>(wanted, max_workers)),
                  [&](int) { run_thread(work); });
     clear_progress(work.meter);

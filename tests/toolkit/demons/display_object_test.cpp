@@ -1,10 +1,12 @@
 #include "tests/toolkit/graphics/graphics_fixture.h"
+#include "tests/toolkit/objects/written.h"
 #include "toolkit/demons/box_text.h"
 #include "toolkit/demons/primitives.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/fonts.h"
 #include "toolkit/graphics/spaces.h"
 #include "toolkit/graphics/text.h"
+#include "toolkit/objects/class_dump.h"
 
 #include <algorithm>
 #include <random>
@@ -200,6 +202,34 @@ TEST_P(display_objects, long_texts_end_in_an_ellipsis_at_a_whole_character) {
         ASSERT_TRUE((static_cast<unsigned char>(text[longest]) & 0xC0U) != 0x80U) << room;
         ASSERT_TRUE(longest == 0 || width(cut) <= room + 1) << room; // kerning
     }
+}
+
+constexpr std::string_view class_table = R"(class "display object class ", parent "object class "
+  set: 1 live, 63 free, 88 bytes, 64 in a block
+  slot   1 delete_object
+  slot   5 init_me
+  slot  10 edit_object
+  slot  12 get_name_object
+  slot  19 draw_me
+  slot  20 erase_me
+  slot  22 hilite_me
+  slot  23 dehilite_me
+  slot  24 move_me
+  slot  27 set_my_visibility
+  slot  28 get_my_visibility
+)";
+
+struct display_object_class : graphics_fixture {};
+TEST_F(display_object_class, is_dumped_with_its_methods) {
+    const display_object *made = create_display_object(nullptr);
+    EXPECT_EQ(made->box, (screen_box{0, 0, 10, 10}));
+    EXPECT_EQ(made->window, no_window);
+    EXPECT_EQ(get_my_visibility(made), 0);
+    const std::string all = written(dump_classes); // the newest class first
+    EXPECT_EQ(all.substr(0, all.find("\nclass ") + 1), class_table);
+    const std::string counts =
+        written([](std::FILE *stream) { tabulate_classes(stream, nullptr); });
+    EXPECT_TRUE(counts.starts_with("Class [display object class ] has 1 instances\n")) << counts;
 }
 
 TEST(boxes, know_their_pixels) {

@@ -1,4 +1,5 @@
 #include "tests/toolkit/graphics/graphics_fixture.h"
+#include "tests/toolkit/objects/written.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/standard_colours.h"
 
@@ -174,17 +175,11 @@ TEST_F(colours, overlay_colours_are_pushed_and_popped) {
 }
 
 TEST_F(colours, the_fixed_table_is_as_it_was_agreed) {
-    std::FILE *file = std::tmpfile();
-    ASSERT_NE(file, nullptr);
-    tabulate_colours(file, nullptr);
-    std::string text(static_cast<std::size_t>(std::ftell(file)), ' ');
-    std::rewind(file);
-    EXPECT_EQ(std::fread(text.data(), 1, text.size(), file), text.size());
-    std::fclose(file);
     std::ifstream golden(GRAPHICS_GOLDENS "/colour_table.txt");
     std::stringstream expected;
     expected << golden.rdbuf();
-    EXPECT_EQ(text, expected.str());
+    EXPECT_EQ(written([](std::FILE *stream) { tabulate_colours(stream, nullptr); }),
+              expected.str());
     EXPECT_EQ(gl_get_color_map_index(nullptr, gl_inquire_bevel_button_block()), bevel_block_first);
     EXPECT_EQ(first_of_new(nullptr, 1), bevel_block_first + bevel_block_count);
 }

@@ -116,6 +116,9 @@ TEST_F(font_table, a_slot_can_take_another_face) {
     EXPECT_EQ(size.height, record->height);
     EXPECT_EQ(fm::fmgetfont(), record->handle) << "measuring sets the font";
     EXPECT_EQ(toolkit::gl_inq_current_font(), 0) << "but selects no slot";
+    toolkit::gl_load_font("Courier", 5, 12.0F); // none of the five
+    EXPECT_NE(toolkit::gl_describe_font_table().find("\n 5 -           Courier "),
+              std::string::npos);
 }
 
 TEST_F(font_table, text_stays_in_its_extent_and_in_the_middle) {

@@ -177,31 +177,4 @@ TEST_P(primitives, pictures_are_written_where_there_are_colours) {
         EXPECT_EQ(pixel(110, 211), four[2]);
 }
 
-// Flipping the lowest bit-plane of a box whose colours are even is undone by the same once more.
-struct index_primitives : graphics_fixture {};
-TEST_F(index_primitives, a_bit_plane_flipped_twice_restores_every_pixel) {
-    gl_set_win(open_window(primitives::area, true));
-    primitives::scribble(3);
-    const std::vector<std::uint32_t> before = picture();
-    const screen_box box{105, 205, 30, 20};
-    for (int time = 0; time < 2; time++) {
-        std::array<std::uint32_t, 1> corner{};
-        gl::cmov2i(box.x, box.y);
-        gl::readpixels(1, corner);
-        gl::writemask(1);
-        gl::color(static_cast<int>(corner[0] ^ 1U));
-        gl::rectfi(box.x, box.y, box.x + box.width, box.y + box.height);
-        gl::writemask(65535);
-        int flipped = 0;
-        const std::vector<std::uint32_t> now = picture();
-        for (std::size_t i = 0; i < now.size(); i++)
-            flipped += now[i] == (before[i] ^ 1U) ? 1 : 0;
-        EXPECT_EQ(flipped, time == 0 ? 31 * 21 : 0);
-    }
-    EXPECT_EQ(picture(), before);
-    gl_fill_box(box, colour_accent + 1);
-    EXPECT_EQ(pixel(box.x, box.y), static_cast<std::uint32_t>(colour_accent + 1))
-        << "all bits can be drawn again";
-}
-
 } // namespace toolkit

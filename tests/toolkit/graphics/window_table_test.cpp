@@ -144,11 +144,18 @@ TEST_F(window_table, anything_may_happen_while_closing) {
     gl_win_close(wid);
     EXPECT_EQ(gl_get_wid_demon(wid), third) << "the new window was not asked for";
 
-    // An owner that is gone has no say and is told nothing.
-    third->flags = flag_stays_open;
+    // An owner that is gone has no say and is told nothing, nor is who took its record.
     delete_object(third);
+    noting_demon *stranger = make_demon();
+    ASSERT_EQ(stranger, third);
+    stranger->flags = flag_stays_open;
+    EXPECT_EQ(gl_get_wid_demon(wid), nullptr);
+    const int gl_window = gl_window_of(wid);
+    gl_new_win("not its own", stranger);
+    EXPECT_EQ(gl_window_of(wid), gl_window);
+    gl_refresh(all_windows);
     gl_win_close(wid);
-    EXPECT_EQ(third->destroyed, 0);
+    EXPECT_EQ(stranger->destroyed + stranger->drawn, 0);
     EXPECT_TRUE(display::memory::windows().empty());
 }
 

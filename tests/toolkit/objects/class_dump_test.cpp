@@ -1,25 +1,14 @@
 #include "toolkit/objects/class_dump.h"
 
 #include "tests/toolkit/objects/objects_fixture.h"
+#include "tests/toolkit/objects/written.h"
 #include "toolkit/objects/callbacks.h"
 #include "toolkit/objects/collections.h"
 
 namespace toolkit {
 namespace {
 
-class class_dump_test : public objects_fixture {
-protected:
-    template <typename action> static std::string written(action act) {
-        char *text = nullptr;
-        std::size_t size = 0;
-        std::FILE *stream = open_memstream(&text, &size);
-        act(stream);
-        std::fclose(stream);
-        std::string result(text, size);
-        std::free(text);
-        return result;
-    }
-};
+class class_dump_test : public objects_fixture {};
 
 TEST_F(class_dump_test, live_objects_are_tabulated) {
     make(1);

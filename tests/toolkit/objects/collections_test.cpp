@@ -218,7 +218,7 @@ class dynamic_arrays_test : public objects_fixture {};
 TEST_F(dynamic_arrays_test, arrays_grow_by_doubling) {
     struct {
         std::int32_t capacity, index, grown;
-    } const rows[] = {{4, 3, 4}, {4, 4, 8}, {4, 10, 16}, {0, 0, 1}, {0, 5, 8}, {3, 5, 6}};
+    } const rows[] = {{4, 3, 4}, {4, 4, 8}, {4, 10, 16}, {0, 0, 0}, {0, 5, 0}, {3, 5, 6}};
     for (const auto &row : rows) {
         word *array = create_dynamic_array(row.capacity);
         for (std::int32_t i = 0; i < row.capacity; i++)

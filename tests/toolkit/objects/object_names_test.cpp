@@ -1,6 +1,7 @@
 #include "toolkit/objects/object_names.h"
 
 #include "tests/toolkit/objects/objects_fixture.h"
+#include "tests/toolkit/objects/written.h"
 #include "toolkit/objects/bounded_text.h"
 
 namespace toolkit {
@@ -26,6 +27,8 @@ TEST_F(object_names_test, names_are_given_changed_and_lost) {
     EXPECT_EQ(name_of(second), "menu");
     name_demon("menu", first);
     EXPECT_EQ(get_named_object("menu"), second) << "the newest entry, not the name given last";
+    EXPECT_EQ(written(tabulate_names), "\"menu\" names puppet class  2\n"
+                                       "\"menu\" names puppet class  1\n");
     EXPECT_EQ(get_named_object("Menu"), nullptr);
     EXPECT_EQ(get_named_object(nullptr), nullptr);
 

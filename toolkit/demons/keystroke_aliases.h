@@ -1,0 +1,47 @@
+// Keystroke aliases: keys that call a function wherever the pointer is, as menu shortcuts do.
+//
+//   aliasKeystroke('s', alias_ctrl, save_movie, to_word(movie));      // Ctrl+S
+//   aliasKeystroke('V', alias_all, show_version, 0);
+//   ...
+//   remove_keystroke_alias('s', alias_ctrl);
+//
+// The event loop asks for aliases before it delivers a key: a key that has one reaches no demon.
+#pragma once
+
+#include "toolkit/events/key_table.h"
+#include "toolkit/objects/methods.h"
+
+#include <cstdint>
+
+namespace toolkit {
+
+// The modifier set of an alias: the modifier word (key_table.h), shifted left by one.
+inline constexpr std::uint32_t alias_alt = alt_bit << 1;
+inline constexpr std::uint32_t alias_ctrl = ctrl_bit << 1;
+inline constexpr std::uint32_t alias_shift = shift_bit << 1;
+inline constexpr std::uint32_t alias_all = alias_alt | alias_ctrl | alias_shift;
+
+using alias_function = void (*)(word argument);
+
+// Binds a key, in place of what it was bound to. Its low 8 bits are the character that is typed.
+//   modifiers  what is held with it, no more and no less. Letters are the same in either case; a
+//              character that only Shift types ('+') needs no Shift in the set
+// Nothing for key 0 or a null function.
+void aliasKeystroke(int key, std::uint32_t modifiers, alias_function function, word argument);
+
+// Takes a binding away; in the second form only if it still calls that function with that argument.
+void remove_keystroke_alias(int key, std::uint32_t modifiers);
+void remove_keystroke_alias(int key, std::uint32_t modifiers, alias_function function,
+                            word argument);
+void clear_keystroke_aliases();
+
+// Between the two, aliases do not fire: for dialogs and open menus. Pairs nest.
+void turn_off_keystroke_aliases();
+void turn_on_keystroke_aliases();
+
+// Calls what the key (the value of a keyboard event) is bound to, with the modifiers held now. An
+// alias without Alt and Ctrl leaves its key to a text field that has the keyboard of the window
+// that the pointer is in. Returns whether it has called something.
+bool fire_keystroke_alias(int key);
+
+} // namespace toolkit
