@@ -3,7 +3,7 @@
 #
 #   ./bench.sh codec [--json FILE]     the movie codec, against memory and FFmpeg (2 minutes)
 #   ./bench.sh read [--json FILE]      finding and reading the frames of a long movie
-#   ./bench.sh toolkit                 objects made, changed and deleted; boxes, texts, icons drawn
+#   ./bench.sh toolkit                 objects and demons; boxes, texts, icons drawn
 #   ./bench.sh playback [...]          playing on a virtual display; see bench/playback
 #
 # --json FILE: the single measurements too, as Google Benchmark writes them. Each program runs on
@@ -64,7 +64,8 @@ codec) run bench_codec "${@:2}" ;;
 read) run bench_read "${@:2}" ;;
 toolkit)
     [ $# -eq 1 ] || refuse
-    programs=(bench_toolkit_objects bench_toolkit_boxes bench_toolkit_text bench_toolkit_icons)
+    programs=(bench_toolkit_objects bench_toolkit_demons bench_toolkit_boxes bench_toolkit_text
+        bench_toolkit_icons)
     for program in "${programs[@]}"; do build "$program"; done
     for program in "${programs[@]}"; do run_pinned "$program"; done
     ;;

@@ -34,7 +34,7 @@ function(add_module name)
 endfunction()
 
 # The headers that every test includes, compiled once. Tests themselves need no optimiser.
-set(test_optimisation $<$<CONFIG:Release>:-O1>)
+set(test_optimisation $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
 if(PLAYER_TESTS)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")
   add_executable(test_headers ${CMAKE_BINARY_DIR}/test_headers.cpp)

@@ -44,6 +44,11 @@ void add_cursors(toolkit::demon *window);
 void add_keys(toolkit::demon *window);
 void add_two_windows(toolkit::demon *window, toolkit::demon *tray);
 
+// The controls, for a window of their own: examples/controls.cpp.
+inline constexpr const char *controls_title = "Controls";
+inline constexpr toolkit::screen_box controls_window = {100, 300, 304, 372};
+void add_controls(toolkit::demon *window);
+
 // --- who is who ----------------------------------------------------------------------------------
 
 // Demons that tests look for by name (get_named_object).

@@ -130,6 +130,8 @@ void let_go(handle *chip) {
 
 void press(demon *self, object *, demon_message *m) {
     auto *chip = static_cast<handle *>(self);
+    if (chip->is_held) // its release got lost
+        let_go(chip);
     hold(chip, m->point);
     put_on_top(chip, chip->parent.get());
     push_event_filter(chip, input_motion | input_button);

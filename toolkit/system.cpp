@@ -14,7 +14,9 @@
 #include "toolkit/graphics/spaces.h"
 #include "toolkit/graphics/window_calls.h"
 #include "toolkit/graphics/window_table.h"
+#include "toolkit/objects/callbacks.h"
 #include "toolkit/objects/object_model.h"
+#include "toolkit/widgets/widgets.h"
 
 #include <algorithm>
 #include <limits>
@@ -49,7 +51,12 @@ void install_calls() {
                       .gl_input_init = gl_input_init,
                       .is_Cypress = [] { return gl_is_Cypress; }});
     set_window_calls({gl_refresh, gl_win_freeze, gl_win_thaw, gl_close_iris_wid});
-    set_dispatch_hooks({.system_terminate = system_terminate});
+    set_dispatch_hooks({.getGraphics = getGraphics, .system_terminate = system_terminate});
+    set_callback_graphics([](word, callback *) { putGraphics(); },
+                          []() -> word {
+                              getGraphics();
+                              return 0;
+                          });
 }
 
 void device_init() {
@@ -113,6 +120,7 @@ void system_terminate() {
     gl_free_color_maps();
     gl_free_bitmap_table();
     gl_free_font_table();
+    forget_graphics();
     set_window_calls({});
     gl::gexit();
 }

@@ -119,7 +119,8 @@ object_class *create_demon_class() {
     set_method<demon_none>(made, msg_none);
     for (const std::uint32_t code :
          {msg_left_up, msg_left_down, msg_middle_up, msg_middle_down, msg_right_up, msg_right_down,
-          msg_key, msg_left_double, msg_middle_double, msg_right_double})
+          msg_key, msg_left_double, msg_middle_double, msg_right_double, msg_wheel_up,
+          msg_wheel_down})
         set_method<demon_generic>(made, code);
     set_method<demon_box_in>(made, msg_box_in);
     set_method<demon_box_out>(made, msg_box_out);
@@ -193,109 +194,6 @@ void set_demon_god(demon *d) {
 
 bool is_demon(const object *o) {
     return o != nullptr && is_class_derived(o->class_, Demon_Class);
-}
-
-// ---- sending
-
-void demon_destroy_message(demon *to) {
-    demon_message m;
-    m.code = msg_destroy;
-    send_demon_message(to, to, m);
-}
-
-void demon_draw_message(demon *to) {
-    demon_message m;
-    m.code = msg_draw;
-    send_demon_message(to, to, m);
-}
-
-void demon_hilite_message(demon *to) {
-    demon_message m;
-    m.code = msg_hilite;
-    send_demon_message(to, to, m);
-}
-
-void demon_dehilite_message(demon *to) {
-    demon_message m;
-    m.code = msg_dehilite;
-    send_demon_message(to, to, m);
-}
-
-void demon_move_message(demon *to, int dx, int dy) {
-    const box_move delta = {clamp_16(dx), clamp_16(dy)};
-    display_move_message(to, delta);
-}
-
-void demon_visibility_message(demon *to, bool visible) {
-    demon_message m;
-    m.code = msg_set_visibility;
-    m.value = visible ? demon_on : 0;
-    send_demon_message(to, to, m);
-}
-
-void demon_enable_input_message(demon *to, bool enabled) {
-    demon_message m;
-    m.code = msg_set_enable_input;
-    m.value = enabled ? demon_on : 0;
-    send_demon_message(to, to, m);
-}
-
-bool demon_is_visible(demon *d) {
-    demon_message m;
-    m.code = msg_get_visibility;
-    send_demon_message(d, d, m);
-    return m.value != 0;
-}
-
-bool demon_is_enabled(demon *d) {
-    demon_message m;
-    m.code = msg_get_enable_input;
-    send_demon_message(d, d, m);
-    return m.value != 0;
-}
-
-void demon_pop_message(demon *to) {
-    demon_message m;
-    m.code = msg_pop;
-    send_demon_message(to, to, m);
-}
-
-void demon_push_message(demon *to) {
-    demon_message m;
-    m.code = msg_push;
-    send_demon_message(to, to, m);
-}
-
-void demon_box_in_message(demon *to, screen_point at) {
-    demon_message m;
-    m.code = msg_box_in;
-    m.point = at;
-    send_demon_message(to, to, m);
-}
-
-void demon_box_out_message(demon *to) {
-    demon_message m;
-    m.code = msg_box_out;
-    m.propagate = demon_on;
-    if (to != nullptr)
-        m.point = to->cursor;
-    send_demon_message(to, to, m);
-}
-
-demon *demon_pick_message(demon *first, object *sender, screen_point at) {
-    demon_message m;
-    m.code = msg_pick;
-    m.point = at;
-    send_demon_message(first, sender, m);
-    return m.picked;
-}
-
-void demon_keyboard_client_message(demon *from, demon *client) {
-    send_message(from, msg_set_keyboard_client, to_word(from), to_word(client));
-}
-
-demon *demon_get_keyboard_client_message(demon *from) {
-    return from_word<demon *>(send_message(from, msg_get_keyboard_client, to_word(from)));
 }
 
 // ---- methods
@@ -383,7 +281,8 @@ void demon_move(demon *self, object *, const box_move *delta) {
 
 void demon_set_visibility(demon *self, object *sender, demon_message *m) {
     const delivery here(self);
-    const std::uint32_t value = m != nullptr && m->value != 0 ? demon_on : 0;
+    const bool is_shown = m != nullptr && m->value != 0 && (self->flags & flag_hidden) == 0;
+    const std::uint32_t value = is_shown ? demon_on : 0;
     set_flag(self, flag_visible, value != 0);
     tell_client(referred(self->client), self, msg_set_visibility, value);
     go_on(here, sender, msg_set_visibility, value, m);
@@ -398,7 +297,8 @@ int demon_get_visibility(demon *self, object *, demon_message *m) {
 
 void demon_set_enable_input(demon *self, object *sender, demon_message *m) {
     const delivery here(self);
-    const std::uint32_t value = m != nullptr && m->value != 0 ? demon_on : 0;
+    const bool is_enabled = m != nullptr && m->value != 0 && (self->flags & flag_disabled) == 0;
+    const std::uint32_t value = is_enabled ? demon_on : 0;
     set_flag(self, flag_input, value != 0);
     go_on(here, sender, msg_set_enable_input, value, m);
 }

@@ -57,7 +57,9 @@ inline constexpr std::uint16_t flag_input = 0x100;           // takes input
 inline constexpr std::uint16_t flag_in_destruction = 0x1000; // its destruction has begun
 inline constexpr std::uint16_t flag_owns_window = 0x2000;    // its window is not its parent's
 inline constexpr std::uint16_t flag_in_pop = 0x2000;         // a pop or push is under way
-inline constexpr std::uint16_t demon_on = 255;               // of the 16-bit flags below; else 0
+inline constexpr std::uint16_t flag_hidden = 0x4000;   // * stays invisible, also when its parent
+inline constexpr std::uint16_t flag_disabled = 0x8000; // * comes up; and: stays without input
+inline constexpr std::uint16_t demon_on = 255;         // of the 16-bit flags below; else 0
 
 enum class demon_list : std::uint8_t { none, kids, pop };
 

@@ -5,6 +5,7 @@
 #include "toolkit/demons/event_filters.h"
 #include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/events/event_input.h"
+#include "toolkit/events/key_table.h"
 #include "toolkit/events/timers.h"
 
 #include <array>
@@ -180,11 +181,17 @@ struct button_message {
     std::uint32_t code;
 };
 constexpr std::array button_messages{
-    button_message{'a', msg_left_down},    button_message{'A', msg_left_up},
-    button_message{'b', msg_middle_down},  button_message{'B', msg_middle_up},
-    button_message{'c', msg_right_down},   button_message{'C', msg_right_up},
-    button_message{'D', msg_left_double},  button_message{'E', msg_middle_double},
+    button_message{'a', msg_left_down},
+    button_message{'A', msg_left_up},
+    button_message{'b', msg_middle_down},
+    button_message{'B', msg_middle_up},
+    button_message{'c', msg_right_down},
+    button_message{'C', msg_right_up},
+    button_message{'D', msg_left_double},
+    button_message{'E', msg_middle_double},
     button_message{'F', msg_right_double},
+    button_message{wheel_turned_up, msg_wheel_up},
+    button_message{wheel_turned_down, msg_wheel_down},
 };
 
 } // namespace

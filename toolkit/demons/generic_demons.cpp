@@ -52,6 +52,11 @@ void generic_keystroke(generic_demon *self, object *sender, demon_message *m) {
     answer_input(self->on.keystroke, self, sender, m, msg_key);
 }
 
+template <std::uint32_t code>
+void generic_wheel(generic_demon *self, object *sender, demon_message *m) {
+    answer_input(self->on.wheel, self, sender, m, code);
+}
+
 void generic_draw(generic_demon *self, object *sender, demon_message *m) {
     answer(self->on.draw, demon_draw, self, sender, m, msg_draw);
 }
@@ -97,6 +102,8 @@ object_class *create_generic_demon_class() {
     set_method<generic_b1_double_click>(made, msg_left_double);
     set_method<generic_loc_move>(made, msg_pointer_moved);
     set_method<generic_keystroke>(made, msg_key);
+    set_method<generic_wheel<msg_wheel_up>>(made, msg_wheel_up);
+    set_method<generic_wheel<msg_wheel_down>>(made, msg_wheel_down);
     set_method<generic_draw>(made, msg_draw);
     set_method<generic_destroy>(made, msg_destroy);
     set_method<generic_pick>(made, msg_pick);

@@ -40,6 +40,7 @@ struct demon_handlers {
     demon_handler b1_double_click;
     demon_handler loc_move;
     demon_handler keystroke;
+    demon_handler wheel; // m->code says where to: msg_wheel_up or msg_wheel_down
     demon_handler draw;
     demon_handler destroy;
     demon_handler pick;

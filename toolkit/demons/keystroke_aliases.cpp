@@ -34,9 +34,10 @@ int fold(int key) {
 }
 
 const keystroke_alias *find_alias(int key, std::uint32_t modifiers) {
-    const auto at = std::find_if(
-        state.aliases.begin(), state.aliases.end(),
-        [&](const keystroke_alias &a) { return a.key == key && a.modifiers == modifiers; });
+    const auto at =
+        std::find_if(state.aliases.begin(), state.aliases.end(), [&](const keystroke_alias &a) {
+            return a.key == key && a.modifiers == modifiers;
+        });
     return at == state.aliases.end() ? nullptr : &*at;
 }
 

@@ -47,5 +47,7 @@ inline constexpr std::uint32_t msg_get_keyboard_client = 55;
 inline constexpr std::uint32_t msg_left_double = 56;
 inline constexpr std::uint32_t msg_middle_double = 57;
 inline constexpr std::uint32_t msg_right_double = 58;
+inline constexpr std::uint32_t msg_wheel_up = 59; // by one notch
+inline constexpr std::uint32_t msg_wheel_down = 60;
 
 } // namespace toolkit

@@ -73,6 +73,10 @@ bool open_window(const delivery &here) {
         close_unasked(wid);
         return false;
     }
+    if (has_window(self) && self->window != wid) { // a handler was quicker
+        close_unasked(wid);
+        return true;
+    }
     take_window_id(self, wid);
     return wid != no_window;
 }

@@ -213,6 +213,12 @@ input_event translate_button(const queue_entry &entry, int button) {
     return {input_button, is_double ? letters.double_clicked : letters.pressed};
 }
 
+input_event translate_wheel(const queue_entry &entry) {
+    if (entry.value == 0)
+        return {};
+    return {input_button, entry.device == gl::WHEELUP ? wheel_turned_up : wheel_turned_down};
+}
+
 input_event translate_modifier(const queue_entry &entry, const modifier_key &key) {
     if (entry.value == 0) {
         input.modifiers &= ~key.bit;
@@ -337,6 +343,8 @@ input_event translate(const queue_entry &entry) {
         return handle_internal(entry);
     if (const int button = find_mouse_button(entry.device); button >= 0)
         return translate_button(entry, button);
+    if (entry.device == gl::WHEELUP || entry.device == gl::WHEELDOWN)
+        return translate_wheel(entry);
     if (const modifier_key *key = find_modifier_key(entry.device))
         return translate_modifier(entry, *key);
     if (entry.device == gl::CAPSLOCKKEY) {

@@ -38,6 +38,8 @@ constexpr device_label labels[] = {
     {"MOUSE1", gl::LEFTMOUSE, true},
     {"MOUSE2", gl::MIDDLEMOUSE, true},
     {"MOUSE3", gl::RIGHTMOUSE, true},
+    {"WHEELUP", gl::WHEELUP, false},
+    {"WHEELDOWN", gl::WHEELDOWN, false},
     {"LEFTARROWKEY", gl::LEFTARROWKEY, true},
     {"RIGHTARROWKEY", gl::RIGHTARROWKEY, true},
     {"UPARROWKEY", gl::UPARROWKEY, true},

@@ -78,6 +78,10 @@ struct mouse_button {
 // The place of a button in that list, or -1.
 [[nodiscard]] int find_mouse_button(gl::device d);
 
+// A turn of the wheel by one notch. It has no release and no double click.
+inline constexpr char wheel_turned_up = 'u';
+inline constexpr char wheel_turned_down = 'd';
+
 // --- devices -------------------------------------------------------------------------------------
 
 // What gl_input_init queues, in its order.

@@ -39,14 +39,28 @@ object *owner_of(const window_record &r) {
     return referred(r.owner);
 }
 
+// The record of the window that belongs to demon, or null.
+window_record *find_record(const object *demon) {
+    for (const auto &r : wid_list)
+        if (demon != nullptr && owner_of(*r) == demon)
+            return r.get();
+    return nullptr;
+}
+
 void give_to(window_record &r, object *demon) {
     r.demon = demon;
     r.owner = refer_to(demon);
 }
 
+// Who hears of the move may do anything. Returns whether the demon is still there.
+bool bring_onto_screen(object *demon) {
+    const object_ref kept = refer_to(demon);
+    gl_check_demon_extent(demon);
+    return referred(kept) != nullptr;
+}
+
 // Opens a GL window at the demon's box; -1 when there is none to be had.
 int open_gl_window(const char *title, object *demon) {
-    gl_check_demon_extent(demon);
     if (state.hooks.demon_box != nullptr) {
         const screen_box b = state.hooks.demon_box(demon);
         gl::prefposition(b.x, b.x + std::max<int>(b.width, 1) - 1, b.y,
@@ -168,6 +182,8 @@ int gl_win_open(const char *title, object *demon) {
     }
     if (getTarnBatchMode() != 0)
         return batch_mode_window;
+    if (!bring_onto_screen(demon))
+        return no_window;
     const int gl_window = open_gl_window(title, demon);
     if (gl_window < 0)
         return no_window;
@@ -186,12 +202,13 @@ int gl_win_open(const char *title, object *demon) {
 }
 
 void gl_new_win(const char *title, object *demon) {
-    const auto at = std::find_if(wid_list.begin(), wid_list.end(),
-                                 [demon](const auto &r) { return owner_of(*r) == demon; });
-    if (demon == nullptr || at == wid_list.end())
+    if (find_record(demon) == nullptr || !bring_onto_screen(demon))
         return;
-    window_record &r = **at;
-    if (curr_wid == static_cast<int>(at - wid_list.begin()))
+    window_record *found = find_record(demon);
+    if (found == nullptr)
+        return;
+    window_record &r = *found;
+    if (found == gl_get_window_record(curr_wid))
         curr_wid = no_window;
     if (r.gl_window != no_window)
         gl::winclose(r.gl_window);

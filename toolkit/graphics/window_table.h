@@ -86,7 +86,8 @@ void set_quit_function(quit_function function, word argument);
 //   title  null: without a frame
 //   demon  not null
 // Returns its id; batch_mode_window in batch mode, where none opens; no_window, after a message,
-// when the display refuses it.
+// when the display refuses it, and without one when the demon, moved onto the screen, was destroyed
+// by somebody who heard of that.
 // The first window's demon becomes the demon god, before anything else and in batch mode too.
 int gl_win_open(const char *title, object *demon);
 

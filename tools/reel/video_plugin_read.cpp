@@ -286,7 +286,8 @@ bool is_segment_cut_off(AVIOContext &file) {
 // or video_failed.
 int check_end(const video_reader &reader, std::string *fault) {
     const AVFormatContext &input = *reader.input;
-    if (input.pb != nullptr && input.pb->error < 0)
+    const bool has_file = input.pb != nullptr;
+    if (has_file && input.pb->error < 0)
         return fail_av("it cannot be read on", input.pb->error, fault);
     if (reader.pictures == 0) {
         *fault = "there are no pictures in it";
@@ -295,8 +296,8 @@ int check_end(const video_reader &reader, std::string *fault) {
     const bool is_short = is_format(input, "mov") ? reader.packets < count_indexed(reader)
                           : is_format(input, "yuv4mpegpipe")
                               ? avio_tell(input.pb) > reader.last_byte // part of a frame
-                              : is_too_early(reader) ||
-                                    (is_format(input, "matroska") && is_segment_cut_off(*input.pb));
+                              : is_too_early(reader) || (has_file && is_format(input, "matroska") &&
+                                                         is_segment_cut_off(*input.pb));
     if (!is_short)
         return video_end;
     *fault = "the file is cut off: there are " + std::to_string(reader.pictures) +

@@ -1,157 +1,11 @@
-#include "toolkit/demons/window_demons.h"
-
-#include "platform/clock/program_clock.h"
-#include "platform/display/display_memory.h"
-#include "platform/gl/queue.h"
-#include "platform/gl/screen.h"
-#include "platform/gl/windows.h"
+// Window demons: opening, closing, following; and what handlers may do to them.
+#include "tests/toolkit/demons/window_demon_fixture.h"
 #include "toolkit/demons/demon_pointer.h"
-#include "toolkit/demons/demon_tree.h"
-#include "toolkit/demons/dispatch.h"
-#include "toolkit/events/input_types.h"
-#include "toolkit/graphics/run_modes.h"
 #include "toolkit/graphics/window_calls.h"
-#include "toolkit/graphics/window_table.h"
-#include "toolkit/system.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdlib>
-#include <functional>
 #include <set>
-#include <string>
-#include <utility>
 
 namespace toolkit {
-
-namespace {
-
-enum class kind { plain, popped, pushed };
-constexpr std::array kinds = {kind::plain, kind::popped, kind::pushed};
-
-// What happened, in order; and what handlers do besides noting it.
-std::string noted;
-std::function<void()> also;
-
-void act() {
-    if (also)
-        std::exchange(also, nullptr)();
-}
-
-template <char letter, demon_handler method>
-void note(demon *self, object *sender, demon_message *m) {
-    noted += letter;
-    const demon_ref kept = refer_to_demon(self);
-    act();
-    if (kept.get() != nullptr)
-        method(self, sender, m);
-}
-
-word note_end(word argument, callback *) {
-    noted += static_cast<char>(argument);
-    act();
-    return 0;
-}
-
-void send(demon *to, std::uint32_t code, screen_point at = {}, std::int16_t key = 0) {
-    demon_message m;
-    m.code = code;
-    m.point = at;
-    m.key = key;
-    send_demon_message(to, nullptr, m);
-}
-
-void point_at(int x, int y) {
-    send(inq_demon_god(), msg_pointer_moved,
-         {static_cast<std::int16_t>(x), static_cast<std::int16_t>(y)});
-}
-
-std::size_t windows_open() {
-    return display::memory::windows().size();
-}
-
-} // namespace
-
-struct window_demons : testing::Test {
-    static constexpr int screen_height = 1024;
-
-    window_demons() {
-        setenv("PLAYER_DISPLAY", "memory", 1);
-        gl::gexit();
-        program_clock::use_manual_clock(0);
-        noted.clear();
-        also = nullptr;
-        system_init();
-    }
-    ~window_demons() override {
-        also = nullptr;
-        setTarnBatchMode(0);
-        system_terminate();
-        program_clock::use_system_clock();
-    }
-    window_demons(const window_demons &) = delete;
-    window_demons &operator=(const window_demons &) = delete;
-
-    // A window of 200 x 100 pixels whose end is noted by a letter; with a kid, which has one too.
-    iris_window_demon *make(kind which, int x = 100, int y = 200, char letter = '!') {
-        const auto create = which == kind::plain    ? create_iris_window_demon
-                            : which == kind::popped ? create_iris_window_demon_popped
-                                                    : create_iris_window_demon_pushed;
-        iris_window_demon *made = create(nullptr, x, y, 200, 100, "test", note_end, letter);
-        kid = create_generic_demon(nullptr, 60, 40, nullptr);
-        set_demon(kid, made, 10, 10);
-        add_demon(kid, made);
-        grandkid = create_generic_demon(nullptr, 10, 10, nullptr);
-        set_demon(grandkid, kid, 5, 5);
-        add_demon(grandkid, kid);
-        hidden = create_generic_demon(nullptr, 10, 10, nullptr);
-        set_demon(hidden, made, 50, 50);
-        add_pop_demon(hidden, made);
-        return made;
-    }
-    iris_window_demon *make_shown(kind which, int x = 100, int y = 200, char letter = '!') {
-        iris_window_demon *made = make(which, x, y, letter);
-        demon_pop_message(made);
-        gl::qreset();
-        return made;
-    }
-    static display::window_id on_display(const demon *d) {
-        for (const display::window_id id : display::memory::windows()) {
-            const auto area = display::memory::facts(id).area;
-            if (area.x == d->box.x && area.y == screen_height - d->box.y - d->box.height)
-                return id;
-        }
-        return 0;
-    }
-    static void happen(display::event_kind what, display::window_id where,
-                       display::rectangle area = {}) {
-        display::event e;
-        e.kind = what;
-        e.window = where;
-        e.area = area;
-        display::memory::push(e);
-        EXPECT_EQ(dispatch_check_event(-1), 0);
-    }
-    // All that must hold of a live window demon, whatever was done to it.
-    static void check(iris_window_demon *d) {
-        const bool is_up = d->list == demon_list::kids;
-        EXPECT_EQ(d->popped, is_up ? demon_on : 0);
-        EXPECT_EQ(d->parent.get(), inq_demon_god());
-        EXPECT_NE(d->list, demon_list::none);
-        EXPECT_EQ((d->flags & flag_visible) != 0, is_up);
-        if (is_up)
-            EXPECT_EQ(gl_get_wid_demon(d->window), d);
-        else
-            EXPECT_EQ(d->window, no_window);
-        do_demon_tree(d->kids, [](demon *k) { EXPECT_EQ(k->window, k->parent.get()->window); });
-        do_demon_tree(d->pop_list, [](demon *k) {
-            EXPECT_TRUE(k->window == no_window || k->window == k->parent.get()->window);
-        });
-    }
-
-    generic_demon *kid = nullptr, *grandkid = nullptr, *hidden = nullptr;
-};
 
 TEST_F(window_demons, each_kind_opens_and_closes_in_its_way) {
     for (const kind which : kinds)
@@ -258,12 +112,10 @@ TEST_F(window_demons, the_owner_bits_are_for_the_user_alone) {
 // The callback is told once, whatever it does to its window.
 TEST_F(window_demons, callbacks_are_told_once) {
     using action = void (*)(demon *);
-    for (const action what :
-         {demon_destroy_message, demon_push_message, demon_pop_message,
-          +[](demon *d) { iris_demon_new_window(d); }, +[](demon *d) { gl_win_close(d->window); },
-          +[](demon *) { dereference_object_callbacks(nullptr); },
-          +[](demon *) { delete_set(Iris_Window_Demon_Set); },
-          +[](demon *) { system_terminate(); }})
+    for (const action what : {demon_destroy_message, demon_pop_message,
+                              +[](demon *) { dereference_object_callbacks(nullptr); },
+                              +[](demon *) { delete_set(Iris_Window_Demon_Set); },
+                              +[](demon *) { system_terminate(); }})
         for (const bool by_close_box : {false, true}) {
             system_init();
             noted.clear();
@@ -351,121 +203,6 @@ TEST_F(window_demons, the_tree_follows_its_window) {
     }
 }
 
-// --- the keyboard
-
-// A text field, as far as the keyboard is concerned: notes 'g' for got and 'l' for lost, and keys.
-struct keyboard_windows : window_demons {
-    keyboard_windows() {
-        object_class *cls = derive_object_class(inq_generic_demon_class(), "field");
-        set_method<told>(cls, msg_set_keyboard_client);
-        fields = create_set_of<generic_demon>(4, 4, cls);
-        window = make_shown(kind::popped);
-        a = make_field('a');
-        b = make_field('b');
-    }
-    generic_demon *make_field(char name) {
-        auto *made = create_demon_of<generic_demon>(fields, 20, 20, nullptr);
-        made->first_word = name;
-        made->on.keystroke = [](demon *self, object *, demon_message *m) {
-            noted += {static_cast<char>(self->first_word), static_cast<char>(m->key)};
-            act();
-        };
-        set_demon(made, window, 150, name == 'a' ? 10 : 50);
-        add_demon(made, window);
-        return made;
-    }
-    static void told(demon *self, object *sender, demon *client) {
-        EXPECT_TRUE(is_iris_window_demon(sender));
-        EXPECT_TRUE(client == nullptr || client == self);
-        noted += {static_cast<char>(self->first_word), client == nullptr ? 'l' : 'g'};
-        act();
-    }
-    static std::string typed() {
-        noted.clear();
-        send(inq_demon_god(), msg_key, {}, 'x');
-        return noted;
-    }
-    static void give(demon *from, demon *to) {
-        send_message(from->parent.get(), msg_set_keyboard_client, to_word(from), to_word(to));
-    }
-    object_set *fields = nullptr;
-    iris_window_demon *window = nullptr;
-    generic_demon *a = nullptr, *b = nullptr;
-};
-
-TEST_F(keyboard_windows, keys_go_to_who_holds_the_keyboard) {
-    point_at(251, 251); // in b
-    EXPECT_EQ(typed(), "bx");
-    noted.clear();
-    give(a, a);
-    EXPECT_EQ(noted, "") << "the sender knows";
-    EXPECT_EQ(typed(), "ax");
-    EXPECT_EQ(demon_get_keyboard_client_message(kid), a);
-    noted.clear();
-    give(b, b);
-    EXPECT_EQ(noted, "al");
-    demon_keyboard_client_message(kid, a); // on another's behalf, by a demon that is no field
-    EXPECT_EQ(noted, "alblag");
-    noted.clear();
-    give(a, nullptr);
-    EXPECT_EQ(noted, "");
-    EXPECT_EQ(typed(), "bx");
-    demon_keyboard_client_message(kid, a);
-    demon_destroy_message(a);
-    EXPECT_EQ(demon_get_keyboard_client_message(b), nullptr);
-    EXPECT_EQ(typed(), "bx") << "nobody holds it";
-    window->on.keystroke = note<'w', demon_generic>;
-    give(b, b);
-    EXPECT_EQ(typed(), "wbx") << "the window's own handler";
-    demon_enable_input_message(window, false);
-    EXPECT_EQ(typed(), "");
-}
-
-// Plain demons send up what they are told, and windows and ancestors would send keys down again.
-TEST_F(keyboard_windows, clients_that_answer_nothing_make_no_circles) {
-    point_at(251, 251);
-    for (demon *client : {static_cast<demon *>(kid), static_cast<demon *>(grandkid),
-                          static_cast<demon *>(window), inq_demon_god()}) {
-        demon_keyboard_client_message(window, client);
-        EXPECT_EQ(demon_get_keyboard_client_message(kid), client);
-        EXPECT_EQ(typed(), client == kid || client == grandkid ? "" : "bx");
-    }
-    iris_window_demon *other = make_shown(kind::plain, 500, 500);
-    demon_keyboard_client_message(window, other);
-    demon_keyboard_client_message(other, window);
-    EXPECT_EQ(typed(), "bx");
-}
-
-TEST_F(keyboard_windows, who_is_told_may_do_anything) {
-    struct {
-        std::function<void()> what;
-        demon *holder;
-        const char *order;
-    } const cases[] = {
-        {[&] { give(kid, b); }, b, "albg"},
-        {[&] { give(kid, nullptr); }, nullptr, "al"},
-        {[&] { demon_keyboard_client_message(window, kid); }, kid, "al"},
-        {[&] { demon_destroy_message(b); }, nullptr, "al"},
-    };
-    for (const auto &c : cases) {
-        give(a, a);
-        noted.clear();
-        also = c.what; // as soon as a is told that it has lost the keyboard
-        demon_keyboard_client_message(kid, b);
-        EXPECT_EQ(noted, c.order);
-        EXPECT_EQ(demon_get_keyboard_client_message(kid), c.holder);
-        demon_keyboard_client_message(window, nullptr);
-    }
-    give(a, a);
-    also = [&] {
-        window->on.destroy = iris_demon_destroy;
-        demon_destroy_message(window);
-    };
-    demon_keyboard_client_message(kid, kid);
-    EXPECT_EQ(num_objects_set(fields), 0);
-    EXPECT_EQ(windows_open(), 0U);
-}
-
 // --- handlers that do things to the window that they are in
 
 TEST_F(window_demons, handlers_may_do_anything_to_their_window) {
@@ -546,6 +283,34 @@ TEST_F(window_demons, handlers_may_do_anything_to_their_window) {
     EXPECT_GT(acted, 200);
 }
 
+// A window that is not on the screen is moved there as it opens, and who hears of that acts.
+TEST_F(window_demons, an_opening_window_may_be_opened_or_closed_by_others) {
+    object_class *cls = derive_object_class(inq_object_class(), "hearer");
+    set_method<act_on_move>(cls, msg_move);
+    object_set *hearers = create_set_of<object>(1, 1, cls);
+    using action = void (*)(demon *);
+    for (const action what :
+         {demon_pop_message, demon_push_message, +[](demon *) { destroy_all_iris_windows(); },
+          +[](demon *) { delete_set(Iris_Window_Demon_Set); }})
+        for (const bool again : {false, true}) {
+            iris_window_demon *d = again ? make_shown(kind::popped) : make(kind::pushed);
+            const demon_ref kept = refer_to_demon(d);
+            d->client = refer_to(create_object(hearers));
+            d->box.x = -50;
+            also = [&] { what(d); };
+            if (again)
+                iris_demon_new_window(d);
+            else
+                demon_pop_message(d);
+            const bool is_left = kept.get() != nullptr;
+            EXPECT_EQ(windows_open(), is_left && d->window != no_window ? 1U : 0U);
+            if (is_left)
+                check(d);
+            destroy_all_iris_windows();
+            EXPECT_EQ(windows_open(), 0U);
+        }
+}
+
 // --- generic demons
 
 TEST_F(window_demons, handlers_stand_in_for_methods) {
@@ -553,23 +318,12 @@ TEST_F(window_demons, handlers_stand_in_for_methods) {
     struct {
         std::uint32_t code;
         demon_handler on::*handler;
-        bool is_input = false;
-    } const messages[] = {{msg_box_in, &on::box_in},
-                          {msg_box_out, &on::box_out},
-                          {msg_left_down, &on::b1_down, true},
-                          {msg_left_up, &on::b1_up, true},
-                          {msg_left_double, &on::b1_double_click, true},
-                          {msg_pointer_moved, &on::loc_move},
-                          {msg_key, &on::keystroke, true},
-                          {msg_draw, &on::draw},
-                          {msg_pick, &on::pick},
-                          {msg_pop, &on::pop},
-                          {msg_push, &on::push},
-                          {msg_destroy, &on::destroy}};
-    const std::pair<std::uint32_t, value_handler on::*> values[] = {
-        {msg_set_value, &on::set_value},
-        {msg_get_value, &on::get_value},
-        {msg_update_value, &on::update_value}};
+        bool is_input;
+    } const messages[] = {{msg_left_double, &on::b1_double_click, true},
+                          {msg_wheel_up, &on::wheel, true},
+                          {msg_wheel_down, &on::wheel, true},
+                          {msg_box_in, &on::box_in, false},
+                          {msg_destroy, &on::destroy, false}};
     make_shown(kind::plain);
     for (const auto &m : messages) {
         noted.clear();
@@ -583,12 +337,9 @@ TEST_F(window_demons, handlers_stand_in_for_methods) {
         kid->on = {};
         EXPECT_EQ(noted, std::to_string(m.code) + (m.is_input ? "" : std::to_string(m.code)));
     }
-    for (const auto &[code, handler] : values) {
-        kid->on.*handler = [](demon *, object *, word value) { return value + 1; };
-        EXPECT_EQ(send_message(kid, code, 0, 70), 71);
-        kid->on = {};
-        EXPECT_EQ(send_message(kid, code, 0, 70), 0);
-    }
+    EXPECT_EQ(send_message(kid, msg_get_value, 0, 70), 0);
+    kid->on.get_value = [](demon *, object *, word value) { return value + 1; };
+    EXPECT_EQ(send_message(kid, msg_get_value, 0, 70), 71);
     demon_destroy_message(kid);
     EXPECT_FALSE(is_live(kid));
 }

@@ -163,7 +163,7 @@ TEST_F(event_journal_test, hostile_files_do_no_harm) {
     start_playing(rubbish + "\n" + ok);
     EXPECT_EQ(play().size(), 1U);
     // Devices that nobody queued, and numbers that are none, hold nothing up.
-    start_playing("515 0 0 0\n300 0 0 1\n190 0 0 1\n" + ok);
+    start_playing("515 0 0 0\n300 0 0 1\n193 0 0 1\n" + ok);
     EXPECT_EQ(play().size(), 1U);
     play_switch = 1; // a file that could not be opened
     read();

@@ -208,16 +208,17 @@ TEST_F(bitmaps, saved_files_are_whole_or_not_there) {
     EXPECT_EQ(file_count(), 2);
 }
 
-// Drawn for the bevel-button block's faces: without blending they match only while these stay.
+// Drawn for the faces of buttons: without blending they match only while these stay.
 TEST_F(bitmaps, built_in_icons_match_the_faces_that_they_stand_on) {
     const struct {
         const char *suffix;
         int ground, shape;
     } states[] = {
-        {"", bevel_face, bevel_text},
-        {".hilite", hilited(bevel_face), hilited(bevel_text)},
-        {".pressed", bevel_pressed, bevel_accent},
-        {".disabled", bevel_face, bevel_disabled_text},
+        {"", bevel_block_first + bevel_face, bevel_block_first + bevel_text},
+        {".hilite", hilited(bevel_block_first + bevel_face),
+         hilited(bevel_block_first + bevel_text)},
+        {".pressed", bevel_block_first + bevel_pressed, bevel_block_first + bevel_accent},
+        {".disabled", colour_face, colour_disabled_text},
     };
     std::set<std::string> wanted{"sc40", "hsc40", "sx40", "hsx40", "player16", "player32"};
     for (const char *name :
@@ -228,13 +229,11 @@ TEST_F(bitmaps, built_in_icons_match_the_faces_that_they_stand_on) {
             wanted.insert(full);
             const builtin_icon *icon = find_builtin_icon(full);
             ASSERT_NE(icon, nullptr) << full;
-            const auto has = [&](int place) {
-                const std::uint32_t colour = pixel_of(bevel_block_first + place) | 0xFF000000U;
+            const auto has = [&](int index) {
+                const std::uint32_t colour = pixel_of(index) | 0xFF000000U;
                 return std::count(icon->pixels.begin(), icon->pixels.end(), colour);
             };
-            EXPECT_EQ(icon->pixels.front(),
-                      pixel_of(bevel_block_first + state.ground) | 0xFF000000U)
-                << full;
+            EXPECT_EQ(icon->pixels.front(), pixel_of(state.ground) | 0xFF000000U) << full;
             EXPECT_GT(has(state.shape), 10) << full;
             EXPECT_TRUE(std::all_of(icon->pixels.begin(), icon->pixels.end(), [](std::uint32_t p) {
                 return p >> 24 == 255;
