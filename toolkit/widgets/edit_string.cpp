@@ -176,8 +176,11 @@ constexpr control_kind string_kind = edit_string_kind(take_string);
 // Where keys can't reach it, a field has no keyboard.
 void leave_if(bool is_out_of_reach, const demon_ref &field) {
     auto *self = static_cast<edit_string_demon *>(field.get());
-    if (self != nullptr && is_out_of_reach && self->has_keyboard)
-        give_up_keyboard_unasked(self);
+    if (self == nullptr || !is_out_of_reach || !self->has_keyboard)
+        return;
+    give_up_keyboard_unasked(self);
+    if (field.get() != nullptr && !is_visible(self))
+        self->hilited = 0; // no message does that for what is not seen
 }
 
 void set_field_visibility(edit_string_demon *self, object *sender, demon_message *m) {

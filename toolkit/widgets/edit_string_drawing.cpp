@@ -79,9 +79,12 @@ int outline_of(const edit_string_demon *self) {
     return self->hilited != 0 ? colour_gray : colour_drawing;
 }
 
+int ground_of_text(edit_string_demon *self) {
+    return takes_input(self) ? colour_well : ground_of(self);
+}
+
 void draw_well(edit_string_demon *self) {
-    gl_outline_fill_box(well_of(self), takes_input(self) ? colour_well : ground_of(self),
-                        outline_of(self));
+    gl_outline_fill_box(well_of(self), ground_of_text(self), outline_of(self));
 }
 
 // The text, without ground, in the part of its box that is asked for.
@@ -171,7 +174,7 @@ void edit_string_draw_marker(edit_string_demon *self) {
     const screen_box marker = marker_of(self);
     if (!in_box(text_box(self), {marker.x, marker.y}))
         return;
-    gl_fill_box(marker, is_lit ? colour_text_hilited : colour_well);
+    gl_fill_box(marker, is_lit ? colour_text_hilited : ground_of_text(self));
     if (!is_lit)
         draw_line(self, marker);
 }
