@@ -112,6 +112,9 @@ void draw_coloured_window(display_object *self);
 // The colour of what a demon stands on.
 [[nodiscard]] int ground_of(demon *d);
 
+// Gives a new widget help, while the help flag is set.
+void keep_help_id(generic_demon *made, word help_id);
+
 // What widgets tell when the pointer comes and goes: the help, or the installed hooks.
 void tell_box_in(demon *widget);
 void tell_box_out(demon *widget);

@@ -4,6 +4,7 @@
 #include "toolkit/graphics/fonts.h"
 #include "toolkit/graphics/window_calls.h"
 #include "toolkit/objects/bounded_text.h"
+#include "toolkit/widgets/control.h"
 #include "toolkit/widgets/pulldown_parts.h"
 #include "toolkit/widgets/pulldowns.h"
 
@@ -19,20 +20,11 @@ namespace {
 
 constexpr int switches_in_block = 8;
 
-bool help_is_on() {
-    std::uint16_t flag = 0;
-    getHelp(&flag);
-    return flag != 0;
-}
-
 // ---- the class of switches
 
 void pulldown_switch_box_in(pulldown_switch *self, object *sender, demon_message *m) {
     const demon_ref kept = refer_to_demon(self);
-    if (help_is_on())
-        widgetHelpBoxIn(self);
-    else
-        callWidgetBoxIn(self->help_id);
+    tell_box_in(self);
     if (kept.get() != nullptr)
         demon_box_in(self, sender, m);
     if (kept.get() != nullptr)
@@ -43,10 +35,7 @@ void pulldown_switch_box_in(pulldown_switch *self, object *sender, demon_message
 
 void pulldown_switch_box_out(pulldown_switch *self, object *sender, demon_message *m) {
     const demon_ref kept = refer_to_demon(self);
-    if (help_is_on())
-        widgetHelpBoxOut(self);
-    else
-        callWidgetBoxOut(self->help_id);
+    tell_box_out(self);
     if (kept.get() != nullptr)
         demon_box_out(self, sender, m);
     demon_dehilite_message(kept.get());
@@ -149,10 +138,7 @@ demon *add_switch(demon *bar, const char *label, word help_id, switch_style styl
     copy_bounded(made->label, label != nullptr ? label : "");
     made->style = style;
     made->place = last_place(bar) + 1;
-    if (help_is_on()) {
-        made->help_id = help_id;
-        made->flags |= flag_help;
-    }
+    keep_help_id(made, help_id);
     const demon_ref kept = refer_to_demon(made), kept_bar = refer_to_demon(bar);
     demon_move_message(made, bar->box.x, bar->box.y);
     add_demon(made, bar);

@@ -5,6 +5,7 @@
 #include "toolkit/demons/demon_tree.h"
 #include "toolkit/graphics/fonts.h"
 #include "toolkit/objects/bounded_text.h"
+#include "toolkit/widgets/control.h"
 #include "toolkit/widgets/pulldown_parts.h"
 
 #include <algorithm>
@@ -22,12 +23,6 @@ constexpr int launch_zone = 31; // pixels at an entry's right end that open its 
 constexpr int launch_way = 16;  // or so many to the right of where the pointer came in
 
 // ---- the pointer
-
-bool help_is_on() {
-    std::uint16_t flag = 0;
-    getHelp(&flag);
-    return flag != 0;
-}
 
 bool is_at_launch(const pulldown_choice *self, screen_point at) {
     return at.x >= self->box.x + self->box.width - launch_zone ||
@@ -68,20 +63,14 @@ void pulldown_choice_box_out(pulldown_choice *self, object *sender, demon_messag
 
 void pullDownChoiceBoxIn(pulldown_choice *self, object *sender, demon_message *m) {
     const demon_ref kept = refer_to_demon(self);
-    if (help_is_on())
-        widgetHelpBoxIn(self);
-    else
-        callWidgetBoxIn(self->help_id);
+    tell_box_in(self);
     if (kept.get() != nullptr)
         pulldown_choice_box_in(self, sender, m);
 }
 
 void pullDownChoiceBoxOut(pulldown_choice *self, object *sender, demon_message *m) {
     const demon_ref kept = refer_to_demon(self);
-    if (help_is_on())
-        widgetHelpBoxOut(self);
-    else
-        callWidgetBoxOut(self->help_id);
+    tell_box_out(self);
     if (kept.get() != nullptr)
         pulldown_choice_box_out(self, sender, m);
 }
@@ -325,10 +314,7 @@ demon *addPullDownChoice(demon *pulldown, demon *previous, const char *label, bo
                             key_text, function, argument, sub_pulldown, state, active);
     if (made == nullptr)
         return nullptr;
-    if (help_is_on()) {
-        made->help_id = argument;
-        made->flags |= flag_help;
-    }
+    keep_help_id(made, argument);
     if (function == nullptr || key == 0)
         return made;
     const bool toggles = kind == pulldown_kind::toggle;

@@ -126,6 +126,13 @@ void callWidgetB1Up(word help_id) {
     call_hook(help.b1_up, help_id);
 }
 
+void keep_help_id(generic_demon *made, word help_id) {
+    if (help.flag == 0)
+        return;
+    made->help_id = help_id;
+    made->flags |= flag_help;
+}
+
 void tell_box_in(demon *widget) {
     if (help.flag != 0)
         widgetHelpBoxIn(widget);
