@@ -1,27 +1,46 @@
+# The standard library's headers, compiled once, for the sanitizer build: parsing them is half of
+# what a source costs. The other builds go without, so that every source must name what it uses.
+if(PLAYER_SANITIZE AND NOT PLAYER_FUZZ)
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_headers.cpp CONTENT "int main() {}\n")
+  add_executable(standard_headers ${CMAKE_BINARY_DIR}/standard_headers.cpp)
+  target_precompile_headers(standard_headers PRIVATE <algorithm> <array> <cstdint> <cstdio>
+                            <cstdlib> <cstring> <functional> <memory> <span> <string>
+                            <string_view> <vector>)
+endif()
+
 # add_module(NAME SOURCES file... LINKS target... [PRIVATE_LINKS target...] [INSTALL])
 #
-# A static library made of one folder. Every header of the folder is also compiled alone, and
-# twice in one unit, so that none leans on its includer. INSTALL installs library and headers for
-# other programs.
+# A static library made of one folder. No header leans on its includer: a source includes its own
+# header first (scripts/check_layers holds it to that), and a header without a source is compiled
+# alone. INSTALL installs library and headers for other programs.
 function(add_module name)
   cmake_parse_arguments(arg "INSTALL" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(${name} STATIC ${arg_SOURCES})
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>)
   target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+  if(TARGET standard_headers)
+    target_precompile_headers(${name} REUSE_FROM standard_headers)
+  endif()
 
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
        ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   if(PLAYER_TESTS AND NOT PLAYER_SANITIZE AND headers)
     set(units)
     foreach(header IN LISTS headers)
+      string(REGEX REPLACE "h$" "cpp" source ${header})
+      if(EXISTS ${CMAKE_SOURCE_DIR}/${source})
+        continue()
+      endif()
       string(MAKE_C_IDENTIFIER ${header} unit)
       set(unit ${CMAKE_CURRENT_BINARY_DIR}/headers/${unit}.cpp)
-      file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${header}\"\n#include \"${header}\"\n")
+      file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${header}\"\n")
       list(APPEND units ${unit})
     endforeach()
-    add_library(${name}_headers OBJECT ${units})
-    target_link_libraries(${name}_headers PRIVATE ${name} ${arg_PRIVATE_LINKS})
-    target_compile_options(${name}_headers PRIVATE -O0 -U_FORTIFY_SOURCE) # nobody runs it
+    if(units)
+      add_library(${name}_headers OBJECT ${units})
+      target_link_libraries(${name}_headers PRIVATE ${name} ${arg_PRIVATE_LINKS})
+      target_compile_options(${name}_headers PRIVATE -O0 -U_FORTIFY_SOURCE) # nobody runs it
+    endif()
   endif()
 
   if(arg_INSTALL)
@@ -61,4 +80,10 @@ function(add_unit_test name)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT
                        "PLAYER_DISPLAY=memory")
+endfunction()
+
+# stand_alone(SOURCE...): not bundled with others of its folder for static analysis, because it has
+# local names in common with one of them.
+function(stand_alone)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()

@@ -1,3 +1,5 @@
+#include "platform/display/display_memory.h"
+
 #include "platform/clock/program_clock.h"
 #include "platform/display/display_memory_state.h"
 
