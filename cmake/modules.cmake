@@ -1,8 +1,8 @@
 # The standard library's headers, compiled once, for the sanitizer build: parsing them is half of
 # what a source costs. The other builds go without, so that every source must name what it uses.
 if(PLAYER_SANITIZE AND NOT PLAYER_FUZZ)
-  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_headers.cpp CONTENT "int main() {}\n")
-  add_executable(standard_headers ${CMAKE_BINARY_DIR}/standard_headers.cpp)
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_headers.cpp CONTENT "\n")
+  add_library(standard_headers OBJECT ${CMAKE_BINARY_DIR}/standard_headers.cpp)
   target_precompile_headers(standard_headers PRIVATE <algorithm> <array> <cstdint> <cstdio>
                             <cstdlib> <cstring> <functional> <memory> <span> <string>
                             <string_view> <vector>)
