@@ -49,6 +49,24 @@ inline constexpr const char *controls_title = "Controls";
 inline constexpr toolkit::screen_box controls_window = {100, 300, 304, 372};
 void add_controls(toolkit::demon *window);
 
+// The dialogs, likewise: examples/dialogs.cpp.
+inline constexpr const char *dialogs_title = "Dialogs";
+inline constexpr toolkit::screen_box dialogs_window = {440, 360, 304, 288};
+void add_dialogs(toolkit::demon *window);
+
+// The file tools, which have windows of their own, below this one: examples/files.cpp.
+inline constexpr const char *files_title = "Files";
+inline constexpr toolkit::screen_box files_window = {100, 600, 420, 80};
+void add_files(toolkit::demon *window);
+
+// Menus and fields to type in, each for a window of its own too.
+inline constexpr const char *menus_title = "Menus";
+inline constexpr toolkit::screen_box menus_window = {430, 480, 448, 168};
+void add_menus(toolkit::demon *window);
+inline constexpr const char *fields_title = "Fields";
+inline constexpr toolkit::screen_box fields_window = {430, 120, 448, 304};
+void add_fields(toolkit::demon *window);
+
 // --- who is who ----------------------------------------------------------------------------------
 
 // Demons that tests look for by name (get_named_object).
@@ -65,6 +83,16 @@ inline constexpr const char *name_main_shelf = "gallery main shelf";
 inline constexpr const char *name_tray_shelf = "gallery tray shelf";
 inline constexpr const char *name_chip = "gallery chip";
 inline constexpr const char *name_tray_button = "gallery tray button";
+inline constexpr const char *name_menu_bar = "gallery menu bar";
+inline constexpr const char *name_menu_readout = "gallery menu readout";
+inline constexpr const char *name_menu_mode = "gallery menu mode";
+inline constexpr const char *name_menu_rate = "gallery menu rate";
+inline constexpr const char *name_size_switch = "gallery size switch";
+inline constexpr const char *name_shot_field = "gallery shot field";
+inline constexpr const char *name_take_field = "gallery take field";
+inline constexpr const char *name_path_field = "gallery path field";
+inline constexpr const char *name_opacity_field = "gallery opacity field";
+inline constexpr const char *name_time_field = "gallery time field";
 
 // What a field of the section for keys holds.
 [[nodiscard]] const char *text_of_field(toolkit::object *field);

@@ -31,6 +31,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace display {
 
@@ -101,6 +102,7 @@ enum class event_kind {
     geometry,  // window has another place or size: area, the drawing area in screen coordinates
     tick,      // the time asked for with set_tick has come
     drop,      // a file was dropped on window: dropped_path says which
+    paste,     // a text that was asked for has come: pasted_text
     lost,      // the display is gone; nothing else will come
 };
 
@@ -163,6 +165,15 @@ inline constexpr int wheel_left = 6;
 inline constexpr int wheel_right = 7;
 
 inline constexpr int frames_per_window = 2;
+
+// Texts that programs give each other: what was cut or copied, and what is selected somewhere.
+enum class text_offer { clipboard, selection };
+inline constexpr std::size_t text_offer_count = 2;
+
+// What is asked of another program has this long to come, or, in parts, to go on coming; and what
+// it has beyond so many bytes is left out.
+inline constexpr std::int64_t paste_patience_us = 1'000'000;
+inline constexpr std::size_t longest_paste = std::size_t{1} << 20;
 
 // What an implementation provides. Calls with a window that is not open do nothing and give 0,
 // false or an empty record. No call but wait blocks longer than a round trip to the display.
@@ -246,6 +257,19 @@ struct driver {
 
     // The file that the newest drop event was about; empty when none. Absolute, UTF-8 as given.
     const std::string &(*dropped_path)();
+
+    // Offers a UTF-8 text to all programs, until one of them offers another. Not more than
+    // longest_paste bytes; nothing when there is no memory for it.
+    void (*offer_text)(text_offer which, std::string_view text);
+
+    // Asks for what is offered. True when that is our own text: pasted_text has it. Else false, and
+    // a paste event comes when the text has come; none when there is none, or its owner says
+    // nothing. Only the newest request counts.
+    bool (*request_text)(text_offer which);
+
+    // The text of the newest paste event or own text that was asked for: bytes of any kind, meant
+    // to be UTF-8.
+    const std::string &(*pasted_text)();
 
     // Name and class of the windows opened from now on, for the desktop, and their icon: width x
     // height words 0xAARRGGBB, top row first; empty for none.

@@ -264,6 +264,33 @@ const std::string &dropped_path() {
     return state.dropped;
 }
 
+void offer_text(text_offer which, std::string_view text) {
+    if (text.size() > longest_paste) {
+        return;
+    }
+    state.offers[static_cast<std::size_t>(which)] = {std::string(text), true, false};
+}
+
+bool request_text(text_offer which) {
+    std::erase_if(state.script,
+                  [](const auto &entry) { return entry.what.kind == event_kind::paste; });
+    const offered &offer = state.offers[static_cast<std::size_t>(which)];
+    if (offer.is_own) {
+        state.pasted = offer.text;
+        return true;
+    }
+    if (!offer.text.empty() && !offer.hangs) {
+        event e;
+        e.kind = event_kind::paste;
+        insert(already_due, e, offer.text.c_str());
+    }
+    return false;
+}
+
+const std::string &pasted_text() {
+    return state.pasted;
+}
+
 void set_identity(const char *, const char *, std::span<const std::uint32_t>, int) {}
 
 constexpr driver memory_calls{
@@ -292,6 +319,9 @@ constexpr driver memory_calls{
     .next = next,
     .wait = wait,
     .dropped_path = dropped_path,
+    .offer_text = offer_text,
+    .request_text = request_text,
+    .pasted_text = pasted_text,
     .set_identity = set_identity,
 };
 

@@ -68,6 +68,13 @@ struct window_facts {
 // Open windows, the topmost last.
 [[nodiscard]] std::vector<window_id> windows();
 
+// Another program offers a text of its own now. It brings it once it is asked, or, when it hangs,
+// never. What the program itself has offered is forgotten.
+void offer_foreign_text(text_offer which, std::string_view text, bool hangs = false);
+
+// What everybody would get.
+[[nodiscard]] const std::string &offered_text(text_offer which);
+
 // From now on: open fails; grab fails; configure is answered with this offset (as a window
 // manager with ideas of its own would).
 void refuse_open(bool refuse);

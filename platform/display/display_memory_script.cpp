@@ -70,7 +70,10 @@ void apply(const scripted_event &entry) {
         state.caps_locked = !state.caps_locked;
     }
     if (e.kind == event_kind::drop) {
-        state.dropped = entry.path;
+        state.dropped = entry.text;
+    }
+    if (e.kind == event_kind::paste) {
+        state.pasted = entry.text;
     }
     simulated_window *w = find(e.window);
     if (w == nullptr) {
@@ -120,8 +123,8 @@ void refresh_fd() {
     waiting.arm(ready ? no_time : due);
 }
 
-void insert(std::int64_t due, const event &e, const char *path) {
-    scripted_event entry{due, e, path};
+void insert(std::int64_t due, const event &e, const char *text) {
+    scripted_event entry{due, e, text};
     if (entry.what.time_us == 0) {
         entry.what.time_us = due == already_due ? program_clock::now_us() : due;
     }
@@ -230,6 +233,14 @@ void push_motion(point to) {
     e.pointer = to;
     e.window = target_at(to);
     insert_now(e);
+}
+
+void offer_foreign_text(text_offer which, std::string_view text, bool hangs) {
+    state.offers[static_cast<std::size_t>(which)] = {std::string(text), false, hangs};
+}
+
+const std::string &offered_text(text_offer which) {
+    return state.offers[static_cast<std::size_t>(which)].text;
 }
 
 const cursor_picture &defined_cursor(cursor_shape shape) {

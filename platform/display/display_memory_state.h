@@ -26,7 +26,13 @@ inline constexpr std::int64_t already_due = 0;
 struct scripted_event {
     std::int64_t due = already_due;
     event what;
-    std::string path; // of a drop
+    std::string text; // the path of a drop, the text of a paste
+};
+
+struct offered {
+    std::string text;
+    bool is_own = false;
+    bool hangs = false;
 };
 
 struct simulation {
@@ -36,6 +42,8 @@ struct simulation {
     point pointer;                                          // now
     point scripted_pointer;                                 // after all that is in the script
     std::string dropped;
+    std::array<offered, text_offer_count> offers;
+    std::string pasted;
     std::array<cursor_picture, cursor_shape_count> cursors; // as defined; else empty
     std::int64_t tick = no_time;
     window_id grabbing = 0;
@@ -62,7 +70,7 @@ extern wait_set waiting;
 // Brings the descriptor up to date.
 void refresh_fd();
 
-void insert(std::int64_t due, const event &e, const char *path = "");
+void insert(std::int64_t due, const event &e, const char *text = "");
 void insert_now(const event &e);
 void insert_redraw(const simulated_window &w);
 void insert_state(const simulated_window &w, event_kind kind);

@@ -5,6 +5,7 @@
 #include "platform/display/x11_drop.h"
 #include "platform/display/x11_events.h"
 #include "platform/display/x11_keyboard.h"
+#include "platform/display/x11_texts.h"
 #include "platform/display/x11_windows.h"
 
 namespace display {
@@ -22,6 +23,7 @@ void disconnect() {
     forget_presents();
     forget_cursors();
     forget_drop();
+    forget_texts();
     close_connection();
 }
 
@@ -109,6 +111,9 @@ constexpr driver x11_calls{
     .next = settled<next_event>::run,
     .wait = settled<wait_for_events>::run,
     .dropped_path = newest_drop,
+    .offer_text = settled<offer_text>::run,
+    .request_text = settled<request_text>::run,
+    .pasted_text = newest_paste,
     .set_identity = set_window_identity,
 };
 

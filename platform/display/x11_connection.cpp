@@ -43,6 +43,12 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(atom::count)> at
     "XdndTypeList",
     "XdndActionCopy",
     "text/uri-list",
+    "CLIPBOARD",
+    "TARGETS",
+    "TIMESTAMP",
+    "INCR",
+    "text/plain;charset=utf-8",
+    "_PLAYER_PASTED",
 };
 static_assert(!atom_names.back().empty());
 

@@ -66,6 +66,12 @@ enum class atom : unsigned {
     xdnd_type_list,
     xdnd_action_copy,
     text_uri_list,
+    clipboard,
+    targets,
+    timestamp,
+    incr,
+    text_plain_utf8,
+    pasted,
     count,
 };
 

@@ -4,6 +4,7 @@
 #include "platform/display/x11_drop.h"
 #include "platform/display/x11_keyboard.h"
 #include "platform/display/x11_queue.h"
+#include "platform/display/x11_texts.h"
 #include "platform/display/x11_windows.h"
 
 #include <algorithm>
@@ -36,6 +37,7 @@ window_id id_of(xcb_window_t xid) {
 }
 
 void take_key(const xcb_key_press_event_t *x, bool pressed) {
+    note_input_time(x->time);
     const key_meaning meaning = read_key(x->detail, x->state);
     event e;
     e.kind = event_kind::key;
@@ -50,6 +52,7 @@ void take_key(const xcb_key_press_event_t *x, bool pressed) {
 }
 
 void take_button(const xcb_button_press_event_t *x, bool pressed) {
+    note_input_time(x->time);
     event e;
     e.kind = event_kind::button;
     e.window = id_of(x->event);
@@ -172,7 +175,7 @@ void take_window_event(const xcb_generic_event_t *e) {
 }
 
 void take_event(const xcb_generic_event_t *e) {
-    if (take_keyboard_event(e)) {
+    if (take_keyboard_event(e) || take_text_event(e)) {
         return;
     }
     const int type = e->response_type & type_bits;
@@ -255,7 +258,10 @@ bool take_queued(event *out) {
             continue;
         }
         if (q.what.kind == event_kind::drop) {
-            dropped = std::move(q.path);
+            dropped = std::move(q.text);
+        }
+        if (q.what.kind == event_kind::paste) {
+            keep_paste(std::move(q.text));
         }
         *out = q.what;
         return true;

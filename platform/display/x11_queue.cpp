@@ -66,7 +66,17 @@ void push_drop(window_id window, point pointer, std::string path) {
     e.window = window;
     e.pointer = pointer;
     push_event(e);
-    queue.back().path = std::move(path);
+    queue.back().text = std::move(path);
+}
+
+void forget_paste() {
+    std::erase_if(queue, [](const queued_event &q) { return q.what.kind == event_kind::paste; });
+}
+
+void push_paste(std::string text) {
+    forget_paste();
+    push_window_event(event_kind::paste, 0);
+    queue.back().text = std::move(text);
 }
 
 bool pop_event(queued_event *out) {

@@ -13,7 +13,7 @@ namespace display::x11 {
 
 struct queued_event {
     event what;
-    std::string path; // of a drop
+    std::string text; // the path of a drop, the text of a paste
 };
 
 // Appends, stamped with the time. Joined with what waits: a motion with one of the same window at
@@ -23,6 +23,8 @@ void push_event(const event &e);
 void push_window_event(event_kind kind, window_id window);
 void push_redraw(window_id window, rectangle area);
 void push_drop(window_id window, point pointer, std::string path);
+void push_paste(std::string text); // in place of one that waits
+void forget_paste();
 
 // Takes the first; false when there is none.
 [[nodiscard]] bool pop_event(queued_event *out);

@@ -143,6 +143,9 @@ inline constexpr device WINQUIT = 542;     // the program is asked to end
 inline constexpr device WINSHUT = 546;     // the user wants it closed
 inline constexpr device WINDROP = 560;     // a file was dropped on it: see dropped_file()
 
-inline constexpr device last_device = WINDROP;
+// A text that was asked of the desktop has come (clipboard.h): value 0.
+inline constexpr device PASTED = 561;
+
+inline constexpr device last_device = PASTED;
 
 } // namespace gl

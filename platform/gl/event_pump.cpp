@@ -122,6 +122,9 @@ void take_event(const display::event &e, enter_call enter) {
         release_keys(enter);
         enter(INPUTCHANGE, 0);
         return;
+    case display::event_kind::paste:
+        enter(PASTED, 0);
+        return;
     case display::event_kind::lost:
         state.lost = true;
         if (lost_call != nullptr)

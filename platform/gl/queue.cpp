@@ -61,7 +61,7 @@ bool is_valuator(device d) {
     return d == MOUSEX || d == MOUSEY;
 }
 bool is_window_event(device d) {
-    return d >= REDRAW && d != QFULL;
+    return d >= REDRAW && d != QFULL && d != PASTED;
 }
 
 tick_timer &timer_of(device d) {

@@ -13,11 +13,6 @@ namespace {
 
 constexpr std::string_view ellipsis = "\xE2\x80\xA6";
 
-int width_of(int slot, std::string_view text) {
-    text_size size;
-    return gl_inquire_fm_font_size(text, &size, slot);
-}
-
 // The place of the character that byte `at` is part of.
 std::size_t character_start(std::string_view text, std::size_t at) {
     at = std::min(at, text.size());
@@ -44,7 +39,7 @@ void set_text_colour(look state) {
 // The text itself when it fits, else what fit_text makes of it, kept in *cut: what fits asks for no
 // memory.
 std::string_view fitted(int slot, std::string_view text, int width, std::string *cut) {
-    if (width_of(slot, text) <= width)
+    if (gl_inq_text_width(slot, text) <= width)
         return text;
     *cut = fit_text(slot, text, width);
     return *cut;
@@ -59,14 +54,14 @@ void draw_clipped(const screen_box &box, int x, int slot, std::string_view text,
 } // namespace
 
 std::string fit_text(int slot, std::string_view text, int width) {
-    if (width_of(slot, text) <= width)
+    if (gl_inq_text_width(slot, text) <= width)
         return std::string(text);
     std::size_t fits = 0; // so many bytes do
     std::size_t over = text.size();
-    const int room = width - width_of(slot, ellipsis);
+    const int room = width - gl_inq_text_width(slot, ellipsis);
     while (over - fits > 1) {
         const std::size_t middle = fits + (over - fits) / 2;
-        if (width_of(slot, text.substr(0, character_start(text, middle))) <= room)
+        if (gl_inq_text_width(slot, text.substr(0, character_start(text, middle))) <= room)
             fits = middle;
         else
             over = middle;
@@ -82,7 +77,7 @@ void draw_text(int x, int y, int slot, std::string_view text, look state) {
 void draw_text_box(const screen_box &box, int slot, std::string_view text, look state) {
     std::string cut;
     text = fitted(slot, text, box.width, &cut);
-    draw_clipped(box, box.x + (box.width - width_of(slot, text)) / 2, slot, text, state);
+    draw_clipped(box, box.x + (box.width - gl_inq_text_width(slot, text)) / 2, slot, text, state);
 }
 
 void draw_text_left_box(const screen_box &box, int slot, std::string_view text, look state) {
@@ -96,8 +91,8 @@ void draw_text_with_hilite(int x, int y, int slot, std::string_view text, std::s
     begin = character_start(text, begin);
     end = character_start(text, end);
     if (begin < end) {
-        const int left = x + width_of(slot, text.substr(0, begin));
-        const int right = x + width_of(slot, text.substr(0, end)) - 1;
+        const int left = x + gl_inq_text_width(slot, text.substr(0, begin));
+        const int right = x + gl_inq_text_width(slot, text.substr(0, end)) - 1;
         gl_set_draw_value(colour_accent_ground); // no box: long texts go beyond its 16 bits
         if (left <= right)
             gl::rectfi(left, y, right, y + gl_inq_font_y_extent(slot) - 1);

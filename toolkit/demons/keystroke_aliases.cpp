@@ -1,6 +1,6 @@
 #include "toolkit/demons/keystroke_aliases.h"
 
-#include "toolkit/demons/demons.h"
+#include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
 
 #include <algorithm>
@@ -24,6 +24,7 @@ struct alias_state {
     int off = 0; // times they were turned off
 };
 alias_state state;
+key_claim claim = nullptr;
 
 bool is_letter(int key) {
     return (key >= 'a' && key <= 'z') || (key >= 'A' && key <= 'Z');
@@ -53,10 +54,10 @@ const keystroke_alias *find_typed(int key, std::uint32_t held) {
     return find_alias(key == fold(key) ? key - 'a' + 'A' : fold(key), held);
 }
 
-bool is_typing() {
-    demon *god = inq_demon_god();
-    demon *window = god != nullptr ? god->box_in_child : nullptr;
-    return window != nullptr && demon_get_keyboard_client_message(window) != nullptr;
+bool is_left_to(const demon *client, int key, std::uint32_t held) {
+    if (client == nullptr)
+        return false;
+    return (held & (alias_alt | alias_ctrl)) == 0 || (claim != nullptr && claim(client, key));
 }
 
 } // namespace
@@ -86,6 +87,10 @@ void clear_keystroke_aliases() {
     state = {};
 }
 
+void set_key_claim(key_claim wanted) {
+    claim = wanted;
+}
+
 void turn_off_keystroke_aliases() {
     ++state.off;
 }
@@ -99,7 +104,7 @@ bool fire_keystroke_alias(int key) {
         return false;
     const std::uint32_t held = inq_special_key() << 1;
     const keystroke_alias *typed = find_typed(key, held);
-    if (typed == nullptr || ((held & (alias_alt | alias_ctrl)) == 0 && is_typing()))
+    if (typed == nullptr || is_left_to(inq_key_client(), key, held))
         return false;
     const keystroke_alias called = *typed; // the function may bind others
     called.function(called.argument);

@@ -8,8 +8,8 @@
 // The event loop asks for aliases before it delivers a key: a key that has one reaches no demon.
 #pragma once
 
+#include "toolkit/demons/demons.h"
 #include "toolkit/events/key_table.h"
-#include "toolkit/objects/methods.h"
 
 #include <cstdint>
 
@@ -39,9 +39,14 @@ void clear_keystroke_aliases();
 void turn_off_keystroke_aliases();
 void turn_on_keystroke_aliases();
 
+// Which keys a demon that has the keyboard of its window wants for itself, before any alias: the
+// value of the keyboard event. Null: none.
+using key_claim = bool (*)(const demon *client, int key);
+void set_key_claim(key_claim claim);
+
 // Calls what the key (the value of a keyboard event) is bound to, with the modifiers held now. An
-// alias without Alt and Ctrl leaves its key to a text field that has the keyboard of the window
-// that the pointer is in. Returns whether it has called something.
+// alias without Alt and Ctrl leaves its key to whoever has the keyboard of the window that keys go
+// to, others those that are claimed there. Returns whether it has called something.
 bool fire_keystroke_alias(int key);
 
 } // namespace toolkit

@@ -4,6 +4,7 @@
 #include "toolkit/demons/delivery.h"
 #include "toolkit/demons/demon_pointer.h"
 #include "toolkit/demons/demon_tree.h"
+#include "toolkit/demons/event_filters.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/drawing.h"
 #include "toolkit/graphics/window_calls.h"
@@ -175,6 +176,27 @@ void tell_keyboard(const delivery &here, const demon_ref &to, object *sender, de
         self->telling = outer;
 }
 
+// Whoever took the keys with the press, as menus do, has not pressed elsewhere.
+void end_typing_elsewhere(iris_window_demon *self, const demon *client) {
+    const bool is_first = client != nullptr && self->keyboard_client.get() == client;
+    const demon *receiver = inq_event_receiver(input_keyboard);
+    if (!is_first || (receiver != self && receiver != inq_demon_god()))
+        return;
+    for (const demon *d = self->box_in_child; d != nullptr; d = d->box_in_child)
+        if (d == client)
+            return;
+    iris_demon_set_keyboard_client(self, self, nullptr);
+}
+
+template <std::uint32_t code>
+void iris_demon_press(iris_window_demon *self, object *sender, demon_message *m) {
+    const delivery here(self);
+    const demon_ref client = self->keyboard_client;
+    inq_class_method(inq_generic_demon_class(), code)(self, to_word(sender), to_word(m));
+    if (here.self() != nullptr)
+        end_typing_elsewhere(self, client.get());
+}
+
 } // namespace
 
 // ---- making
@@ -183,6 +205,8 @@ object_class *create_iris_window_demon_class() {
     object_class *made = derive_object_class(inq_generic_demon_class(), "iris window demon class");
     if (made == nullptr)
         return nullptr;
+    set_method<iris_demon_press<msg_left_down>>(made, msg_left_down);
+    set_method<iris_demon_press<msg_left_double>>(made, msg_left_double);
     set_method<iris_demon_keystroke>(made, msg_key);
     set_method<iris_demon_set_keyboard_client>(made, msg_set_keyboard_client);
     set_method<iris_demon_get_keyboard_client>(made, msg_get_keyboard_client);
@@ -395,6 +419,13 @@ void iris_demon_set_keyboard_client(iris_window_demon *self, object *sender, dem
 
 demon *iris_demon_get_keyboard_client(iris_window_demon *self, object *, word) {
     return self->keyboard_client.get();
+}
+
+demon *inq_key_client() {
+    demon *receiver = inq_event_receiver(input_keyboard);
+    if (receiver != nullptr && receiver == inq_demon_god())
+        receiver = receiver->box_in_child;
+    return receiver != nullptr ? demon_get_keyboard_client_message(receiver) : nullptr;
 }
 
 } // namespace toolkit

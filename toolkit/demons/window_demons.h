@@ -24,7 +24,8 @@
 //
 // Keys go to the keyboard client, wherever in the window the pointer is. Any demon asks for the
 // keyboard of its window by demon_keyboard_client_message(itself, itself), and gives it back with
-// null for itself. Who gets or loses it is told by the same message.
+// null for itself. Who gets or loses it is told by the same message. It is taken away when button 1
+// has been pressed in the window, but not in who has it, and who was pressed has not asked for it.
 //
 // Messages may destroy, push or pop the window that they are in: see demons.h.
 #pragma once
@@ -136,5 +137,9 @@ void iris_demon_keystroke(iris_window_demon *self, object *sender, demon_message
 // asks for the keyboard meanwhile, that later wish holds.
 void iris_demon_set_keyboard_client(iris_window_demon *self, object *sender, demon *client);
 demon *iris_demon_get_keyboard_client(iris_window_demon *self, object *sender, word unused);
+
+// Who has the keyboard of the window that keys go to now: of the filter's (event_filters.h), else of
+// the one that the pointer is in. Null when nobody has.
+[[nodiscard]] demon *inq_key_client();
 
 } // namespace toolkit

@@ -38,6 +38,8 @@ input_state input;
 window_calls windows;
 window_watch watch_windows = nullptr;
 int arrow_key_takers = 0;
+editing_key_question wants_editing_keys = nullptr;
+void (*paste_call)() = nullptr;
 
 bool is_valuator(gl::device d) {
     return d == gl::MOUSEX || d == gl::MOUSEY;
@@ -243,29 +245,19 @@ void move_by_arrow_key(gl::device d) {
     gl_set_valuator(at.x + right, at.y + up);
 }
 
-std::int16_t arrow_key_value(gl::device d) {
-    switch (d) {
-    case gl::LEFTARROWKEY:
-        return left_arrow_pressed;
-    case gl::RIGHTARROWKEY:
-        return right_arrow_pressed;
-    case gl::UPARROWKEY:
-        return up_arrow_pressed;
-    default:
-        return down_arrow_pressed;
-    }
-}
-
-input_event translate_arrow_key(const queue_entry &entry) {
-    if (entry.value == 0)
-        return {};
-    if (arrow_key_takers > 0)
-        return {input_keyboard, arrow_key_value(entry.device)};
-    move_by_arrow_key(entry.device);
-    return {};
+bool are_editing_keys_taken() {
+    return arrow_key_takers > 0 || (wants_editing_keys != nullptr && wants_editing_keys());
 }
 
 input_event translate_key(const queue_entry &entry) {
+    const std::int16_t editing =
+        entry.value != 0 ? editing_key_value(entry.device) : std::int16_t{0};
+    if (editing != 0 && are_editing_keys_taken())
+        return {input_keyboard, editing};
+    if (entry.value != 0 && gl_arrow_key(entry.device) != answer_no) {
+        move_by_arrow_key(entry.device);
+        return {};
+    }
     const int character = key_character(entry.device, is_shifted(), input.caps_lock);
     // Escape is delivered when released too: who waits for it may have missed the press.
     if (character == 0 || (entry.value == 0 && character != escape_character))
@@ -273,7 +265,7 @@ input_event translate_key(const queue_entry &entry) {
     return {input_keyboard, static_cast<std::int16_t>(character)};
 }
 
-void call_timer(timer_function function) {
+void call(void (*function)()) {
     if (function != nullptr)
         function();
 }
@@ -301,10 +293,13 @@ input_event handle_internal(const queue_entry &entry) {
             gl::unqdevice(gl::TIMER1);
         break;
     case gl::TIMER2:
-        call_timer(timer2_function);
+        call(timer2_function);
         break;
     case gl::TIMER3:
-        call_timer(timer3_function);
+        call(timer3_function);
+        break;
+    case gl::PASTED:
+        call(paste_call);
         break;
     case gl::REDRAW:
         call_window(windows.gl_refresh, entry.value);
@@ -351,8 +346,6 @@ input_event translate(const queue_entry &entry) {
         translate_caps_lock(entry.value);
         return {};
     }
-    if (gl_arrow_key(entry.device) != answer_no)
-        return translate_arrow_key(entry);
     return translate_key(entry);
 }
 
@@ -405,6 +398,14 @@ void take_arrow_keys() {
 void give_back_arrow_keys() {
     if (arrow_key_takers > 0)
         --arrow_key_takers;
+}
+
+void set_editing_key_question(editing_key_question question) {
+    wants_editing_keys = question;
+}
+
+void set_paste_call(void (*call)()) {
+    paste_call = call;
 }
 
 void gl_input_init() {

@@ -19,7 +19,7 @@
 // half a second of processor time, its moves come through the queue and the program sleeps there.
 //
 // Window events, timers and arrow keys are handled in here and give class input_nothing; arrow keys
-// are keyboard events while somebody takes them.
+// and the other keys that edit texts are keyboard events while somebody takes them.
 #pragma once
 
 #include "platform/gl/devices.h"
@@ -48,10 +48,19 @@ void set_window_calls(const window_calls &calls);
 using window_watch = void (*)(gl::device what, int window);
 void set_window_watch(window_watch watch);
 
-// Between the two, presses of arrow keys are delivered (left_arrow_pressed ...) instead of moving
-// the cursor by a pixel. Pairs nest.
+// Between the two, presses of the editing keys are delivered by the values of their own
+// (left_arrow_pressed ... delete_pressed). Else arrow keys move the cursor by a pixel, Delete types
+// backspace_character, and Home, End and the page keys do nothing. Pairs nest.
 void take_arrow_keys();
 void give_back_arrow_keys();
+
+// Asked at each such press, when nobody has taken them so: whether who gets the keys now wants
+// them, as text fields do. Null: no.
+using editing_key_question = bool (*)();
+void set_editing_key_question(editing_key_question question);
+
+// Called when a text that was asked of the desktop has come (platform/gl/clipboard.h). Null: nobody.
+void set_paste_call(void (*call)());
 
 // Queues the toolkit's devices (input_devices()) and starts the event clock. May be called again,
 // after others had the queue: the modifiers are then those that are held now, and no press counts

@@ -45,6 +45,7 @@ constexpr device_label labels[] = {
     {"UPARROWKEY", gl::UPARROWKEY, true},
     {"DOWNARROWKEY", gl::DOWNARROWKEY, true},
     {"TIMER0", gl::TIMER0, false},
+    {"PASTED", gl::PASTED, false},
 };
 
 std::bitset<gl::last_button_device + 1> held;

@@ -114,6 +114,22 @@ constexpr modifier_key modifiers[] = {
     {RIGHTSHIFTKEY, shift_bit, right_shift_pressed, right_shift_released},
 };
 
+struct editing_key {
+    device key;
+    std::int16_t value;
+};
+constexpr editing_key editing_keys[] = {
+    {LEFTARROWKEY, left_arrow_pressed},
+    {RIGHTARROWKEY, right_arrow_pressed},
+    {UPARROWKEY, up_arrow_pressed},
+    {DOWNARROWKEY, down_arrow_pressed},
+    {HOMEKEY, home_pressed},
+    {ENDKEY, end_pressed},
+    {PAGEUPKEY, page_up_pressed},
+    {PAGEDOWNKEY, page_down_pressed},
+    {DELKEY, delete_pressed},
+};
+
 constexpr mouse_button buttons[mouse_button_count] = {
     {LEFTMOUSE, 'a', 'A', 'D'},
     {MIDDLEMOUSE, 'b', 'B', 'E'},
@@ -138,6 +154,7 @@ constexpr device devices[] = {
     LEFTARROWKEY, DOWNARROWKEY, RIGHTARROWKEY, UPARROWKEY,
     WINFREEZE, WINTHAW, INPUTCHANGE,
     WHEELUP, WHEELDOWN,
+    HOMEKEY, ENDKEY, PAGEUPKEY, PAGEDOWNKEY, PASTED,
     TIMER0,
 };
 // clang-format on
@@ -150,6 +167,14 @@ int key_character(device d, bool shift, bool caps_lock) {
     const key_entry &entry = by_device[static_cast<std::size_t>(d)];
     const bool is_letter = entry.plain >= letter_a && entry.plain <= letter_z;
     return shift || (caps_lock && is_letter) ? entry.shifted : entry.plain;
+}
+
+std::int16_t editing_key_value(device d) {
+    for (const editing_key &each : editing_keys) {
+        if (each.key == d)
+            return each.value;
+    }
+    return 0;
 }
 
 std::span<const modifier_key> modifier_keys() {

@@ -16,16 +16,28 @@ namespace toolkit {
 
 // --- characters ----------------------------------------------------------------------------------
 
-inline constexpr int backspace_character = 8; // of Delete too
+inline constexpr int backspace_character = 8; // of Delete too, while nobody edits
 inline constexpr int tab_character = 9;
 inline constexpr int return_character = 13; // of Line Feed and the pad's Enter too
 inline constexpr int escape_character = 27;
 
-// The values of arrow keys in keyboard events, presses only: see take_arrow_keys (event_input.h).
+// The values of the editing keys in keyboard events, presses only, while somebody takes them: see
+// take_arrow_keys (event_input.h).
 inline constexpr std::int16_t left_arrow_pressed = 1012;
 inline constexpr std::int16_t right_arrow_pressed = 1013;
 inline constexpr std::int16_t up_arrow_pressed = 1014;
 inline constexpr std::int16_t down_arrow_pressed = 1015;
+inline constexpr std::int16_t home_pressed = 1016;
+inline constexpr std::int16_t end_pressed = 1017;
+inline constexpr std::int16_t page_up_pressed = 1018;
+inline constexpr std::int16_t page_down_pressed = 1019;
+inline constexpr std::int16_t delete_pressed = 1020;
+
+// The value of an editing key; 0 for other keys.
+[[nodiscard]] std::int16_t editing_key_value(gl::device d);
+[[nodiscard]] constexpr bool is_editing_key(int value) {
+    return value >= left_arrow_pressed && value <= delete_pressed;
+}
 
 // The character that a key types, or 0 when it types none. Letters are upper case with shift or
 // caps lock, or both; other keys give their shifted character with shift; the pad, Space and the

@@ -46,6 +46,11 @@ text_size gl_inq_text_extent(int slot, std::string_view text) {
     return {box.right - box.left, box.top - box.bottom};
 }
 
+int gl_inq_text_width(int slot, std::string_view text) {
+    text_size size;
+    return gl_inquire_fm_font_size(text, &size, slot);
+}
+
 text_shift gl_inq_text_offset(int slot, std::string_view text) {
     const fm::text_box box = line_box(slot, text);
     return {box.left, box.bottom};

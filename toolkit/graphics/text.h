@@ -24,6 +24,10 @@ void gl_draw_text(int x, int y, int slot, std::string_view text);
 // faces at the top or bottom. A text without letters has no width, but the height of the font.
 [[nodiscard]] text_size gl_inq_text_extent(int slot, std::string_view text);
 
+// How far the text moves the character position: what is added up along a line. For the room that a
+// text needs, take its extent.
+[[nodiscard]] int gl_inq_text_width(int slot, std::string_view text);
+
 // Where that box begins, from the place given to gl_draw_text: 0 or less in both directions.
 struct text_shift {
     int x = 0;

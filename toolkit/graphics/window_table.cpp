@@ -160,6 +160,10 @@ void set_window_hooks(const window_hooks &hooks) {
     state.hooks = hooks;
 }
 
+void set_window_question(int (*ask_yes_no)(const char *question)) {
+    state.hooks.ask_yes_no = ask_yes_no;
+}
+
 void draw_window_demon(const window_record &record) {
     object *owner = owner_of(record);
     if (owner != nullptr && state.hooks.draw_demon != nullptr)

@@ -69,6 +69,9 @@ struct window_hooks {
 };
 void set_window_hooks(const window_hooks &hooks);
 
+// The hook ask_yes_no alone, for who comes later than the others.
+void set_window_question(int (*ask_yes_no)(const char *question));
+
 // Lets a window's owner draw it; for window_calls.cpp.
 void draw_window_demon(const window_record &record);
 

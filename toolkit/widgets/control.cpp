@@ -80,6 +80,23 @@ bool has_missed_release() {
     return gl_inq_b1_down() == answer_no && gl::qtest() == gl::NULLDEV;
 }
 
+// Whether keys go to a control that has use for arrows and the like.
+bool wants_editing_keys() {
+    const control *client = as_control(inq_key_client());
+    return client != nullptr && client->kind->is_typed_in && takes_input(client);
+}
+
+// What is typed in another control of the window is settled before this one is used. Returns
+// whether it is still pressed then: a question may have come between.
+bool end_typing_elsewhere(control *self) {
+    const demon *typed_in = demon_get_keyboard_client_message(self);
+    if (typed_in == nullptr || typed_in == self || self->kind->is_typed_in)
+        return true;
+    const demon_ref kept = refer_to_demon(self);
+    demon_keyboard_client_message(self, nullptr);
+    return kept.get() != nullptr && takes_input(self) && is_shown(self) && !has_missed_release();
+}
+
 // The pointer may be anywhere now: its way down is found anew.
 void tell_pointer_place(screen_point at) {
     demon_message m;
@@ -131,7 +148,7 @@ void control_b1_down(demon *d, object *, demon_message *m) {
         let_go_control(self);
         return;
     }
-    if (!can_be_pressed(self))
+    if (!can_be_pressed(self) || !end_typing_elsewhere(self))
         return;
     hold_pointer(self);
     self->is_pressed = true;
@@ -213,6 +230,7 @@ object_class *inq_control_class() {
     if (made == nullptr)
         return nullptr;
     set_method<control_set_enable_input>(made, msg_set_enable_input);
+    set_editing_key_question(wants_editing_keys);
     return keep_class_in(&Control_Class, made);
 }
 

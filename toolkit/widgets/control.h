@@ -37,6 +37,7 @@ struct control_kind {
                                                                       // returns whether it is one
     void (*fitted)(control *self) = nullptr;                          // its box has another size
     bool is_lit = true;                                               // when the pointer is in it
+    bool is_typed_in = false; // takes the keyboard when it is pressed, and the editing keys with it
 };
 
 struct control : generic_demon {

@@ -94,18 +94,6 @@ bool is_wanted(const directory_list &list, std::string_view name) {
     return name != "." && name != ".." && (list.with_hidden || name.front() != '.');
 }
 
-std::string absolute_path(std::string_view path) {
-    const bool at_home = path == "~" || path.starts_with("~/");
-    std::string full = at_home ? home_folder().append(path.substr(1)) : std::string(path);
-    std::error_code ignored;
-    if (!full.starts_with('/'))
-        full = join_path(std::filesystem::current_path(ignored).string(), full);
-    full = std::filesystem::path(full).lexically_normal().string();
-    while (full.size() > 1 && full.ends_with('/'))
-        full.pop_back();
-    return full;
-}
-
 int fail(const std::string &path, std::string *fault) {
     *fault = path + ": " + std::strerror(errno);
     return -1;
@@ -114,7 +102,8 @@ int fail(const std::string &path, std::string *fault) {
 } // namespace
 
 int read_directory(std::string_view path, directory_list &list, std::string *fault) {
-    const std::string full = absolute_path(path);
+    std::error_code ignored;
+    const std::string full = resolve_path(std::filesystem::current_path(ignored).string(), path);
     const directory_pointer folder(::opendir(full.c_str()));
     if (folder == nullptr)
         return fail(full, fault);
@@ -164,6 +153,17 @@ std::string parent_folder(std::string_view path) {
         path.remove_suffix(1);
     const std::size_t slash = path.rfind('/');
     return slash == std::string_view::npos || slash == 0 ? "/" : std::string(path.substr(0, slash));
+}
+
+std::string resolve_path(std::string_view folder, std::string_view path) {
+    const bool at_home = path == "~" || path.starts_with("~/");
+    std::string full = at_home ? home_folder().append(path.substr(1)) : std::string(path);
+    if (!full.starts_with('/'))
+        full = join_path(folder, full);
+    full = std::filesystem::path(full).lexically_normal().string();
+    while (full.size() > 1 && full.ends_with('/'))
+        full.pop_back();
+    return full;
 }
 
 std::string join_path(std::string_view folder, std::string_view name) {

@@ -52,6 +52,10 @@ struct directory_list {
 
 [[nodiscard]] std::string home_folder(); // of the environment variable HOME, else "/"
 [[nodiscard]] std::string parent_folder(std::string_view path); // "/" is its own
+
+// What a path means in a folder: "~" is home, what begins with "/" or "~" does not ask for the
+// folder. Without "." and "..", and without a slash at the end but for "/".
+[[nodiscard]] std::string resolve_path(std::string_view folder, std::string_view path);
 [[nodiscard]] std::string join_path(std::string_view folder, std::string_view name);
 
 // The name with the extension, if it has not got it yet: "shot", "reel" give "shot.reel".

@@ -2,6 +2,7 @@
 
 #include "toolkit/demons/delivery.h"
 #include "toolkit/demons/demon_pointer.h"
+#include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/events/key_table.h"
@@ -59,7 +60,6 @@ void gain_keyboard(edit_string_demon *self) {
         return;
     self->has_keyboard = true;
     save_text(self);
-    take_arrow_keys();
     begin_marker(self);
     const demon_ref kept = refer_to_demon(self);
     demon_hilite_message(self);
@@ -72,7 +72,6 @@ void drop_keyboard(edit_string_demon *self) {
         return;
     self->has_keyboard = false;
     clear_selection(&self->line);
-    give_back_arrow_keys();
     end_marker(self);
 }
 
@@ -90,7 +89,7 @@ bool asks_yes(const edit_string_demon *self) {
                       "You did not press enter to accept \"%s\" for \"%s\".  "
                       "Do you want to accept it now?",
                       self->line.text.data(), self->label.data());
-    return dialogs.ask_yes_no(question.data()) == answer_yes;
+    return ask_field_question(question.data());
 }
 
 void ask_and_settle(edit_string_demon *self) {
@@ -213,6 +212,8 @@ object_class *create_edit_string_demon_class() {
         return nullptr;
     made->released = release_field;
     set_method<edit_string_demon_set_keyboard_client>(made, msg_set_keyboard_client);
+    set_method<edit_string_paste_selection>(made, msg_middle_down);
+    set_key_claim(edit_string_claims_key);
     set_method<set_field_visibility>(made, msg_set_visibility);
     set_method<set_field_input>(made, msg_set_enable_input);
     return keep_class_in(&Edit_String_Demon_Class, made);
@@ -293,6 +294,10 @@ void edit_string_demon_accept(edit_string_demon *self, bool is_changed) {
 
 void set_field_dialogs(const field_dialogs &installed) {
     dialogs = installed;
+}
+
+bool ask_field_question(const char *question) {
+    return dialogs.ask_yes_no != nullptr && dialogs.ask_yes_no(question) == answer_yes;
 }
 
 void show_field_message(const char *text) {

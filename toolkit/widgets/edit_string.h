@@ -12,15 +12,19 @@
 // the on-leave policy has it when another demon takes the keyboard. Then `changed` is told, and
 // after that, if the text is another one, the control's function is called.
 //
+// Typing also ends, by the policy, when something else in the window is pressed.
+//
 // Keys, while it has the keyboard: Enter accepts the text and gives the keyboard up; Escape puts
 // the saved text back and gives it up; Tab goes on to the next field of the same parent, which is
-// its neighbour in the parent's list. Left and right step, by words with Ctrl; up and down lead to
-// the beginning and the end; with Shift they select. Backspace erases, with Ctrl a word. Ctrl with
-// A, X, C and V selects all, cuts, copies and pastes (clipboard.h). Arrow keys do not move the
-// cursor of the screen meanwhile.
+// its neighbour in the parent's list. Left and right step, by words with Ctrl; Home, up and Page Up
+// lead to the beginning, End, down and Page Down to the end; with Shift they select. Backspace and
+// Delete erase, with Ctrl a word. Ctrl with A, X, C and V selects all, cuts, copies and pastes
+// (clipboard.h), also where a menu has a shortcut with the same key. While keys go to a field, the
+// arrow keys do not move the cursor of the screen.
 //
 // The mouse: a press takes the keyboard and places the marker, a drag selects, with Shift held from
-// where the marker was; a double click selects a word.
+// where the marker was; a double click selects a word; the middle button pastes what is selected
+// elsewhere.
 //
 // A field that is hidden or disabled gives the keyboard up. One that dies with the keyboard accepts
 // nothing.
@@ -88,7 +92,8 @@ constexpr control_kind edit_string_kind(bool (*take)(control *self, const widget
     return {.draw = edit_string_demon_draw,
             .pressed = press_edit_string,
             .dragged = drag_edit_string,
-            .take = take};
+            .take = take,
+            .is_typed_in = true};
 }
 
 // Whether o is an edit string demon, or of a class that derives.
@@ -120,6 +125,7 @@ struct field_dialogs {
 };
 void set_field_dialogs(const field_dialogs &dialogs);
 void show_field_message(const char *text);
+[[nodiscard]] bool ask_field_question(const char *question); // whether the answer was yes
 
 inline constexpr int question_pending = 255;
 
@@ -134,6 +140,12 @@ void edit_string_demon_set_keyboard_client(edit_string_demon *self, object *send
 
 void edit_string_demon_keystroke(demon *self, object *sender, demon_message *m);
 void edit_string_demon_double_click(demon *self, object *sender, demon_message *m);
+
+// For the class: the middle button was pressed in the field.
+void edit_string_paste_selection(edit_string_demon *self, object *sender, demon_message *m);
+
+// For keystroke_aliases.h: which keys a field wants before all others.
+[[nodiscard]] bool edit_string_claims_key(const demon *client, int key);
 
 // Gives the keyboard up as if the field were not visible: a question never comes up.
 void give_up_keyboard_unasked(edit_string_demon *self);

@@ -23,8 +23,7 @@ constexpr int marker_half_ticks = 30; // lit, and dark: half a second each
 demon_ref blinking;
 
 int width_of(std::string_view text) {
-    text_size size;
-    return gl_inquire_fm_font_size(text, &size, font_slot);
+    return gl_inq_text_width(font_slot, text);
 }
 
 int prompt_room(const edit_string_demon *self) {

@@ -14,6 +14,7 @@ constexpr int first_character = ' ';
 constexpr int last_character = 255;
 constexpr int first_beyond_ascii = 128;
 constexpr int delete_code = 127;
+constexpr int case_bit = 'a' - 'A';
 
 bool is_held(std::uint32_t bit) {
     return (inq_special_key() & bit) != 0;
@@ -96,9 +97,23 @@ void copy_selection(const edit_string_demon *self) {
         set_clipboard_text(selected);
 }
 
+// Between the question for a text and its coming the field may have lost the keyboard.
+void take_pasted(demon *d, std::string_view text) {
+    auto *self = static_cast<edit_string_demon *>(d);
+    if (!self->has_keyboard || (self->flags & flag_input) == 0)
+        return;
+    const graphics_bracket bracket;
+    insert_taken(self, text);
+    edit_string_show_edit(self);
+}
+
+bool is_command_letter(int letter) {
+    return letter == 'a' || letter == 'c' || letter == 'v' || letter == 'x';
+}
+
 // Ctrl and a letter. Returns whether it is one that the field knows.
 bool edit_by_command(edit_string_demon *self, int letter) {
-    switch (letter | ('a' - 'A')) {
+    switch (letter | case_bit) {
     case 'a':
         select_all(&self->line);
         return true;
@@ -110,7 +125,7 @@ bool edit_by_command(edit_string_demon *self, int letter) {
         erase_text(&self->line, text_step::none);
         return true;
     case 'v':
-        insert_taken(self, get_clipboard_text());
+        request_clipboard_text(clipboard_source::clipboard, self, take_pasted);
         return true;
     default:
         return false;
@@ -129,13 +144,20 @@ bool edit_by_key(edit_string_demon *self, int key) {
         move_in_text(&self->line, by_words ? text_step::word_right : text_step::right, extends);
         return true;
     case up_arrow_pressed:
+    case page_up_pressed:
+    case home_pressed:
         move_in_text(&self->line, text_step::begin, extends);
         return true;
     case down_arrow_pressed:
+    case page_down_pressed:
+    case end_pressed:
         move_in_text(&self->line, text_step::end, extends);
         return true;
     case backspace_character:
         erase_text(&self->line, by_words ? text_step::word_left : text_step::left);
+        return true;
+    case delete_pressed:
+        erase_text(&self->line, by_words ? text_step::word_right : text_step::right);
         return true;
     default:
         break;
@@ -165,6 +187,25 @@ void accept_and_leave(edit_string_demon *self) {
 void edit_string_show_edit(edit_string_demon *self) {
     self->is_marker_lit = self->has_keyboard;
     redraw_control(self);
+}
+
+bool edit_string_claims_key(const demon *client, int key) {
+    if (!is_edit_string_demon(client) || !is_held(ctrl_bit) || is_held(alt_bit))
+        return false;
+    return is_command_letter(key | case_bit) || key == backspace_character;
+}
+
+void edit_string_paste_selection(edit_string_demon *self, object *, demon_message *m) {
+    if (m == nullptr || (self->flags & flag_input) == 0 || self->is_held)
+        return;
+    const std::int32_t place = edit_string_place_at(self, m->point.x);
+    const demon_ref kept = refer_to_demon(self);
+    demon_keyboard_client_message(self, self);
+    if (kept.get() == nullptr || !self->has_keyboard)
+        return;
+    place_cursor(&self->line, place, false);
+    edit_string_show_edit(self);
+    request_clipboard_text(clipboard_source::selection, self, take_pasted);
 }
 
 void edit_string_demon_keystroke(demon *d, object *, demon_message *m) {

@@ -262,8 +262,8 @@ void edit_value_demon_keystroke(demon *d, object *sender, demon_message *m) {
     if (m == nullptr || (self->flags & flag_input) == 0)
         return;
     const int key = m->key;
-    const bool is_editing = key == backspace_character || key == tab_character ||
-                            (key >= left_arrow_pressed && key <= down_arrow_pressed);
+    const bool is_editing =
+        key == backspace_character || key == tab_character || is_editing_key(key);
     const bool is_command = (inq_special_key() & ctrl_bit) != 0;
     const bool is_number =
         key >= 0 && key <= UINT8_MAX && is_number_character(static_cast<unsigned char>(key));

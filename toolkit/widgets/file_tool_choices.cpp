@@ -1,11 +1,16 @@
 #include "toolkit/demons/demon_tree.h"
+#include "toolkit/widgets/directory_demon.h"
 #include "toolkit/widgets/pulldowns.h"
 
 namespace toolkit {
 
 namespace {
 
-file_tool_maker make_file_tool = nullptr;
+demon *make_directory_demon(const file_tool_settings &settings) {
+    return create_directory_demon(nullptr, settings);
+}
+
+file_tool_maker make_file_tool = make_directory_demon;
 
 // Files are not part of what help explains.
 class help_off {
@@ -46,6 +51,20 @@ void fileToolBoxOut(demon *self, object *sender, demon_message *m) {
         iris_demon_box_out(self, sender, m);
 }
 
+// The window's values are those of the tool in it.
+word widget_dd_set(demon *self, object *, word value) {
+    return send_message(self->kids, msg_set_value, to_word(self), value);
+}
+
+word widget_dd_update(demon *self, object *, word value) {
+    return send_message(self->kids, msg_update_value, to_word(self), value);
+}
+
+// Closing only hides it.
+void popupToolDestroy(demon *self, object *sender, demon_message *m) {
+    pushdown_iris_window(self, sender, m);
+}
+
 // The window around a directory demon, pushed; null without memory.
 iris_window_demon *make_tool_window(demon *tool, const file_tool_settings &settings) {
     iris_window_demon *window = create_iris_window_demon_pushed(
@@ -56,6 +75,9 @@ iris_window_demon *make_tool_window(demon *tool, const file_tool_settings &setti
     add_demon(tool, window);
     window->on.box_in = fileToolBoxIn;
     window->on.box_out = fileToolBoxOut;
+    window->on.set_value = widget_dd_set;
+    window->on.update_value = widget_dd_update;
+    window->on.destroy = popupToolDestroy;
     return window;
 }
 

@@ -148,7 +148,7 @@ demon *add_switch(demon *bar, const char *label, word help_id, switch_style styl
 
 int width_of_switch(const pulldown_switch *s) {
     const int arrow = s->style == switch_style::arrow ? scale_x(switch_arrow_width) : 0;
-    return width_of_text(font_slot_bold, s->label.data()) + 2 * scale_x(switch_margin) + arrow;
+    return getStringWidth(font_slot_bold, s->label.data()) + 2 * scale_x(switch_margin) + arrow;
 }
 
 // ---- the bar

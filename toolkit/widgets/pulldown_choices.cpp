@@ -215,8 +215,8 @@ object_set *inq_pulldown_choice_set() {
 // ---- into a pulldown
 
 void measure_choice(pulldown_choice *choice) {
-    choice->entry_width = width_of_text(choice->text_font, choice->label.data()) +
-                          width_of_text(choice->text_font, choice->key_text.data()) + choice_space;
+    choice->entry_width = getStringWidth(choice->text_font, choice->label.data()) +
+                          getStringWidth(choice->text_font, choice->key_text.data()) + choice_space;
 }
 
 // Whether the pulldown hangs on that one, or is it.

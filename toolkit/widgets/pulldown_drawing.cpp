@@ -93,7 +93,7 @@ void draw_right_part(const pulldown_choice &choice, look state) {
             gl_set_draw_value(colour_light_gray); // the label is what is read first
         else
             set_text_colour(state);
-        draw_line_of_text(box, right - width_of_text(choice.text_font, choice.key_text.data()),
+        draw_line_of_text(box, right - getStringWidth(choice.text_font, choice.key_text.data()),
                           choice.text_font, choice.key_text.data());
     }
     if (is_cascade)
@@ -111,11 +111,15 @@ void draw_check(int x, int y, int index) {
     }
 }
 
-void draw_radio_mark(int x, int y, bool is_on, int index) {
+int rim_of_mark(const pulldown_choice &choice) {
+    return choice.active != 0 ? colour_gray : colour_medium_gray;
+}
+
+void draw_radio_mark(int x, int y, bool is_on, int rim, int index) {
     constexpr int radius = mark_size / 2;
     gl_set_draw_value(colour_well);
     gl_fill_circle(x + radius, y + radius, radius);
-    gl_set_draw_value(colour_gray);
+    gl_set_draw_value(rim);
     gl_draw_circle(x + radius, y + radius, radius);
     if (!is_on)
         return;
@@ -132,10 +136,6 @@ look look_of_switch(const pulldown_switch &s, bool is_open) {
 
 } // namespace
 
-int width_of_text(int slot, std::string_view text) {
-    return gl_inq_text_extent(slot, text).width;
-}
-
 // ---- choices
 
 void pulldown_choice_draw_check(const pulldown_choice &choice) {
@@ -146,9 +146,9 @@ void pulldown_choice_draw_check(const pulldown_choice &choice) {
                      : choice.hilited != 0 ? colour_white
                                            : colour_accent;
     if (choice.kind == pulldown_kind::radio) {
-        draw_radio_mark(x, y, is_on, mark);
+        draw_radio_mark(x, y, is_on, rim_of_mark(choice), mark);
     } else if (choice.kind == pulldown_kind::toggle) {
-        gl_outline_fill_box(part(x, y, mark_size, mark_size), colour_well, colour_gray);
+        gl_outline_fill_box(part(x, y, mark_size, mark_size), colour_well, rim_of_mark(choice));
         if (is_on)
             draw_check(x, y + 1, mark);
     }

@@ -63,7 +63,6 @@ void forget_pointer_path();                               // the pointer is in n
 
 // --- drawing: pulldown_drawing.cpp ---------------------------------------------------------------
 
-[[nodiscard]] int width_of_text(int slot, std::string_view text);
 void pulldown_choice_draw(display_object *self);
 void pulldown_choice_draw_check(const pulldown_choice &choice);
 void draw_pulldown(display_object *self);

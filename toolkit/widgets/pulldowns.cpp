@@ -43,7 +43,7 @@ bool size_pulldown(pulldown *p) {
         if (const pulldown_choice *choice = as_pulldown_choice(kid)) {
             width = std::max(width, choice->entry_width);
             p->widest_key_text = std::max(
-                p->widest_key_text, width_of_text(choice->text_font, choice->key_text.data()));
+                p->widest_key_text, getStringWidth(choice->text_font, choice->key_text.data()));
         }
     const std::int16_t new_width = clamp_16(width);
     const std::int16_t new_height = clamp_16(p->count * scale_y(choice_height));

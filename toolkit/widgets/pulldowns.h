@@ -176,21 +176,26 @@ struct file_tool_settings {
     int y = 0;
     int width = 0;
     int height = 0;
-    const char *title = nullptr; // within the window
-    int mode = 0;
+    const char *title = nullptr;        // within the window
+    int mode = 0;                       // kept in the tool
     widget_function callback = nullptr; // a file was accepted
     word argument = 0;
-    widget_function extra_callback = nullptr; // null: none
+    widget_function extra_callback = nullptr; // called after that; null: none
     word extra_argument = 0;
+    bool is_saving = false;                   // the file is to be written: it need not be there
+    const char *overwrite_question = nullptr; // before a file that is there is saved over; asked
+                                              // with its path behind; null: nobody asks
 };
 
-// Makes the directory demon, in no list; what lies above installs it.
+// Makes the directory demon, in no list: at first create_directory_demon (directory_demon.h). Null:
+// no file tools.
 using file_tool_maker = demon *(*)(const file_tool_settings &settings);
 void set_file_tool_maker(file_tool_maker maker);
 
 // Adds a command that opens a file tool in a window of its own, titled "File Tool", which closing
-// pushes; the window goes with the choice. Returns the directory demon; null when none could be
-// made: then the choice is there all the same, but not active.
+// pushes; the window goes with the choice. The window hands values that it is given on to the
+// directory demon. Returns the directory demon; null when none could be made: then the choice is
+// there all the same, but not active.
 //   help_id   the choice's, when help is on
 //   result    receives the choice; or null
 demon *addFileToolPullDownChoice(demon *pulldown, demon *previous, const char *label,

@@ -12,10 +12,12 @@
 #include <optional>
 #include <poll.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 using display::event_kind;
+using display::longest_paste;
 using display::rectangle;
 using display::window_id;
 using display::window_kind;
@@ -358,6 +360,62 @@ TEST_F(x11_display, the_descriptor_wakes_at_once_and_rests_when_idle) {
     EXPECT_GE(program_clock::now_us(), due);
     EXPECT_TRUE(await(event_kind::tick, 0));
     EXPECT_FALSE(is_readable(0));
+}
+
+TEST_F(x11_display, texts_are_given_to_other_programs) {
+    start({});
+    const auto ask = [this](const char *target) {
+        return observer->ask_text(target, [] {
+            display::server().wait(10'000);
+            display::server().pointer();
+        });
+    };
+    d->offer_text(display::text_offer::clipboard, "caf\xc3\xa9 \xe2\x82\xac");
+    EXPECT_EQ(ask("UTF8_STRING"), "caf\xc3\xa9 \xe2\x82\xac");
+    EXPECT_EQ(ask("STRING"), "caf\xe9 ?");
+    EXPECT_EQ(ask("TARGETS").size(), 5 * sizeof(xcb_atom_t));
+    EXPECT_EQ(ask("image/png"), "-");
+    EXPECT_TRUE(d->request_text(display::text_offer::clipboard)) << "our own";
+    EXPECT_EQ(d->pasted_text(), "caf\xc3\xa9 \xe2\x82\xac");
+    EXPECT_FALSE(d->request_text(display::text_offer::selection));
+    EXPECT_FALSE(await(event_kind::paste, 50'000)) << "nobody offers one";
+}
+
+TEST_F(x11_display, texts_of_other_programs_come_as_events) {
+    start({});
+    using service = x11_observer::service;
+    const std::string long_text(200'001, 'l');
+    const struct {
+        service how;
+        std::string text, comes;
+    } rows[] = {
+        {service::whole, "caf\xc3\xa9", "caf\xc3\xa9"},
+        {service::latin_1, "caf\xe9", "caf\xc3\xa9"},
+        {service::parts, long_text, long_text},
+        {service::parts, std::string(longest_paste + 5, 'x'), std::string(longest_paste, 'x')},
+        {service::none, "hung", ""},
+        {service::whole, "again", "again"},
+    };
+    for (const auto &row : rows) {
+        d->offer_text(display::text_offer::clipboard, "own");
+        const std::int64_t until = program_clock::now_us() + 300'000;
+        bool asked = false;
+        bool came = false;
+        observer->serve_text(row.text, row.how, [&] {
+            const bool was_asked = std::exchange(asked, true);
+            (void)d->pointer(); // that the text is another's has been noticed
+            if (!was_asked) {
+                EXPECT_FALSE(d->request_text(display::text_offer::clipboard));
+            }
+            came = await(event_kind::paste, 1000);
+            return came || (row.comes.empty() && program_clock::now_us() > until) ||
+                   program_clock::now_us() > until + patience_us;
+        });
+        EXPECT_EQ(came, !row.comes.empty());
+        if (came) {
+            EXPECT_TRUE(d->pasted_text() == row.comes) << d->pasted_text().size();
+        }
+    }
 }
 
 TEST_F(x11_display, files_are_dropped) {

@@ -3,6 +3,7 @@
 #include "platform/display/surfaces.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string_view>
 #include <xcb/xtest.h>
@@ -94,10 +95,15 @@ void x11_observer::send(xcb_window_t to, const char *type, const std::vector<std
     xcb_flush(c_);
 }
 
-bool x11_observer::drop(xcb_window_t target, const std::string &list, void (*let_target_work)()) {
-    const xcb_window_t source = xcb_generate_id(c_);
-    xcb_create_window(c_, 0, source, root_, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, 0, 0,
+xcb_window_t x11_observer::make_window() {
+    const xcb_window_t made = xcb_generate_id(c_);
+    xcb_create_window(c_, 0, made, root_, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, 0, 0,
                       nullptr);
+    return made;
+}
+
+bool x11_observer::drop(xcb_window_t target, const std::string &list, void (*let_target_work)()) {
+    const xcb_window_t source = make_window();
     xcb_set_selection_owner(c_, source, atom("XdndSelection"), XCB_CURRENT_TIME);
     const xcb_atom_t files = atom("text/uri-list");
     send(target, "XdndEnter", {source, 5U << 24, files, 0, 0});
@@ -127,4 +133,76 @@ bool x11_observer::drop(xcb_window_t target, const std::string &list, void (*let
         }
     }
     return false;
+}
+
+void x11_observer::answer(const xcb_selection_request_event_t &ask, const std::string &text,
+                          service how) {
+    const bool is_latin = ask.target == XCB_ATOM_STRING;
+    const std::uint32_t watched = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_selection_notify_event_t done{};
+    done.response_type = XCB_SELECTION_NOTIFY;
+    done.requestor = ask.requestor;
+    done.selection = ask.selection;
+    done.target = ask.target;
+    if (how == service::parts) {
+        const auto size = static_cast<std::uint32_t>(text.size());
+        xcb_change_window_attributes(c_, ask.requestor, XCB_CW_EVENT_MASK, &watched);
+        xcb_change_property(c_, XCB_PROP_MODE_REPLACE, ask.requestor, ask.property, atom("INCR"),
+                            32, 1, &size);
+        done.property = ask.property;
+    } else if (is_latin == (how == service::latin_1)) {
+        xcb_change_property(c_, XCB_PROP_MODE_REPLACE, ask.requestor, ask.property, ask.target, 8,
+                            static_cast<std::uint32_t>(text.size()), text.data());
+        done.property = ask.property;
+    }
+    std::array<char, 32> wire{};
+    std::memcpy(wire.data(), &done, sizeof done);
+    xcb_send_event(c_, 0, ask.requestor, 0, wire.data());
+}
+
+void x11_observer::serve_text(const std::string &text, service how,
+                              const std::function<bool()> &done) {
+    constexpr std::size_t part = 70'000;
+    xcb_set_selection_owner(c_, make_window(), atom("CLIPBOARD"), XCB_CURRENT_TIME);
+    xcb_flush(c_);
+    xcb_selection_request_event_t ask{};
+    std::size_t sent = 0;
+    while (!done()) {
+        while (const auto e = own(xcb_poll_for_event(c_))) {
+            const auto *gone = reinterpret_cast<const xcb_property_notify_event_t *>(e.get());
+            if ((e->response_type & 0x7f) == XCB_SELECTION_REQUEST && how != service::none) {
+                ask = *reinterpret_cast<const xcb_selection_request_event_t *>(e.get());
+                answer(ask, text, how);
+            } else if ((e->response_type & 0x7f) == XCB_PROPERTY_NOTIFY &&
+                       gone->window == ask.requestor && gone->state == XCB_PROPERTY_DELETE) {
+                const std::string next = text.substr(std::min(sent, text.size()), part);
+                sent += part;
+                xcb_change_property(c_, XCB_PROP_MODE_REPLACE, ask.requestor, ask.property,
+                                    ask.target, 8, static_cast<std::uint32_t>(next.size()),
+                                    next.data());
+            }
+        }
+        xcb_flush(c_);
+    }
+}
+
+std::string x11_observer::ask_text(const char *target, void (*let_owner_work)()) {
+    xcb_convert_selection(c_, make_window(), atom("CLIPBOARD"), atom(target), atom("TAKEN"),
+                          XCB_CURRENT_TIME);
+    xcb_flush(c_);
+    for (int tries = 0; tries < 200; ++tries) {
+        let_owner_work();
+        while (const auto e = own(xcb_poll_for_event(c_))) {
+            const auto *x = reinterpret_cast<const xcb_selection_notify_event_t *>(e.get());
+            if ((e->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
+                continue;
+            if (x->property == XCB_ATOM_NONE)
+                return "-";
+            const auto r = own(xcb_get_property_reply(
+                c_, xcb_get_property(c_, 0, x->requestor, x->property, 0, 0, 1000), nullptr));
+            return {static_cast<const char *>(xcb_get_property_value(r.get())),
+                    static_cast<std::size_t>(xcb_get_property_value_length(r.get()))};
+        }
+    }
+    return "no answer";
 }

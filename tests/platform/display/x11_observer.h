@@ -3,6 +3,7 @@
 
 #include "platform/display/display.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 #include <xcb/xcb.h>
@@ -32,7 +33,17 @@ public:
     // Returns whether the target said that it took it.
     bool drop(xcb_window_t target, const std::string &list, void (*let_target_work)());
 
+    // Owns CLIPBOARD with a text and answers who asks for it until `done`: whole, in parts, in
+    // Latin-1 only, or not at all.
+    enum class service { whole, parts, latin_1, none };
+    void serve_text(const std::string &text, service how, const std::function<bool()> &done);
+
+    // What the owner of CLIPBOARD gives as this target; "-" when it refuses or is none.
+    [[nodiscard]] std::string ask_text(const char *target, void (*let_owner_work)());
+
 private:
+    void answer(const xcb_selection_request_event_t &ask, const std::string &text, service how);
+    xcb_window_t make_window();
     xcb_window_t find_below(xcb_window_t from, const char *title);
 
     xcb_connection_t *c_;

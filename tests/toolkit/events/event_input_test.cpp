@@ -221,6 +221,33 @@ TEST_F(event_input_test, arrow_keys_move_the_cursor) {
     EXPECT_EQ(gl_arrow_key(gl::AKEY), 0);
 }
 
+TEST_F(event_input_test, editing_keys_are_delivered_to_who_takes_them) {
+    static bool wanted;
+    set_editing_key_question([] { return wanted; });
+    struct {
+        gl::device key;
+        std::int16_t taken, else_typed;
+    } const rows[] = {{gl::HOMEKEY, home_pressed, 0},
+                      {gl::ENDKEY, end_pressed, 0},
+                      {gl::PAGEUPKEY, page_up_pressed, 0},
+                      {gl::PAGEDOWNKEY, page_down_pressed, 0},
+                      {gl::DELKEY, delete_pressed, backspace_character}};
+    for (const auto &row : rows)
+        for (const int taker : {0, 1, 2}) {
+            wanted = taker == 1;
+            if (taker == 2)
+                take_arrow_keys();
+            const std::int16_t value = taker != 0 ? row.taken : row.else_typed;
+            const delivered_event pressed = enter(row.key, 1);
+            EXPECT_EQ(pressed.value, value) << row.key;
+            EXPECT_EQ(pressed.event_class, value != 0 ? input_keyboard : input_nothing);
+            EXPECT_EQ(enter(row.key, 0).event_class, input_nothing);
+            if (taker == 2)
+                give_back_arrow_keys();
+        }
+    set_editing_key_question(nullptr);
+}
+
 TEST_F(event_input_test, cursor_stays_in_its_box_and_on_the_screen) {
     screen_point at;
     gl_set_valuator(-5, 100'000);

@@ -140,7 +140,7 @@ TEST_F(event_journal_test, hostile_files_do_no_harm) {
         {"11 1 2 1 " + std::string(246, 'x') + "\n", {11}}, // 255 characters
         {"11 1 2 1 " + std::string(247, 'x') + "\n", {}},
         {"11 1 2 1 " + std::string(10'000, 'x') + "\n" + ok, {11}},
-        {"0 0 0 0\n-1 0 0 1\n561 0 0 1\n65547 0 0 1\n4294967307 0 0 1\n", {}},
+        {"0 0 0 0\n-1 0 0 1\n562 0 0 1\n65547 0 0 1\n4294967307 0 0 1\n", {}},
         {huge.substr(0, 60) + " 1 1 1\n11 " + huge.substr(0, 200) + " -99999 70000\n", {11}},
         {std::string("11\0 1 2 1\n", 10) + ok, {11}},
         {"a\n11 x 1 1\n%d %s%n 11 1\n" + ok, {11}},

@@ -1,6 +1,8 @@
 // Menus in use: by mouse and keyboard, and how they close whatever happens.
 #include "tests/toolkit/widgets/menu_fixture.h"
 
+#include <random>
+
 namespace toolkit {
 
 namespace {

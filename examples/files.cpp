@@ -1,0 +1,25 @@
+// Shows the file tools, to be used by hand: the line in the window says what was chosen. Closing
+// the window ends it.
+//
+//   example_files [-r FILE] [-p FILE]    records the input to a journal, plays one
+#include "examples/gallery.h"
+#include "toolkit/demons/dispatch.h"
+#include "toolkit/system.h"
+#include "toolkit/widgets/edit_string.h"
+#include "toolkit/widgets/widgets.h"
+
+#include <cstdio>
+
+int main(int argc, char **argv) {
+    using namespace toolkit;
+    system_init();
+    set_field_dialogs({.message = [](const char *text) { std::fprintf(stderr, "%s\n", text); }});
+    const screen_box &box = gallery::files_window;
+    demon *window = addWindow(
+        box.x, box.y, box.width, box.height, gallery::files_title, [](word) { quit_dispatch(); },
+        0);
+    gallery::add_files(window);
+    drawWidget(window);
+    dispatch_play_record(argc, argv);
+    return 0;
+}
