@@ -85,6 +85,7 @@ void create_demon_god() {
                 static_cast<std::int16_t>(std::min(height, largest))};
     god->draw = god->erase = god->hilite = god->dehilite = nullptr;
     god->on.loc_move = track_pointer;
+    god->on.keystroke = pass_key_to_window;
     demon_visibility_message(god, true); // what it adopts has this from it
     demon_enable_input_message(god, true);
     set_demon_god(god);

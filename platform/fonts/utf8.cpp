@@ -41,7 +41,7 @@ char32_t next_letter(std::string_view *text) {
         return replacement_letter;
     char32_t code = byte(0) & first_bits[length];
     for (std::size_t i = 1; i < length; i++) {
-        if ((byte(i) & 0xC0) != 0x80)
+        if (!is_continuation(in[i]))
             return replacement_letter;
         code = (code << 6) | (byte(i) & 0x3F);
     }
@@ -49,6 +49,14 @@ char32_t next_letter(std::string_view *text) {
         return replacement_letter;
     text->remove_prefix(length - 1);
     return is_control(code) ? replacement_letter : code;
+}
+
+std::string latin_letter(int code) {
+    constexpr int first_of_two_bytes = 0x80, low_bits = 6, low_mask = 0x3F;
+    if (code < first_of_two_bytes)
+        return {static_cast<char>(code)};
+    return {static_cast<char>(0xC0 | (code >> low_bits)),
+            static_cast<char>(0x80 | (code & low_mask))};
 }
 
 } // namespace fm

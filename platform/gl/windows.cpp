@@ -94,7 +94,7 @@ void noborder() {
 }
 
 void windialog(int owner) {
-    preferred.kind = display::window_kind::dialog;
+    preferred.kind = owner != 0 ? display::window_kind::dialog : display::window_kind::normal;
     preferred.owner = owner;
 }
 

@@ -29,7 +29,7 @@ inline constexpr int max_window_size = 16384; // pixels along a side
 void prefposition(int left, int right, int bottom, int top);
 void prefsize(int width, int height); // where it stands is left to the desktop
 void noborder();                      // placed exactly, unmanaged: menus
-void windialog(int owner);            // kept above window `owner`
+void windialog(int owner);            // kept above window `owner`; 0: above none, after all
 
 // Name and class of all windows opened from now on, for the desktop, and their icon: icon_width
 // words 0xAARRGGBB in each row, the top row first; empty for none.

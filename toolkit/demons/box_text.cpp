@@ -1,5 +1,6 @@
 #include "toolkit/demons/box_text.h"
 
+#include "platform/fonts/utf8.h"
 #include "platform/gl/drawing.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/spaces.h"
@@ -16,7 +17,7 @@ constexpr std::string_view ellipsis = "\xE2\x80\xA6";
 // The place of the character that byte `at` is part of.
 std::size_t character_start(std::string_view text, std::size_t at) {
     at = std::min(at, text.size());
-    while (at > 0 && at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U)
+    while (at > 0 && at < text.size() && fm::is_continuation(text[at]))
         --at;
     return at;
 }

@@ -36,10 +36,15 @@ void change_kid(const delivery &here, const demon_ref &picked, const demon_messa
     const bool is_ours =
         entered != nullptr && entered->list == demon_list::kids && entered->parent.get() == self;
     self->box_in_child = is_ours ? entered : nullptr;
-    if (is_ours)
-        forward(picked, self, m, msg_box_in);
-    else
+    if (!is_ours) {
         demon_cursor(self, m.point, cursor_mode::entered);
+        return;
+    }
+    forward(picked, self, m, msg_box_in);
+    // What is in it has been entered by the same move: a press may be next.
+    if (here.self() != nullptr && picked.get() != nullptr && self->box_in_child == picked.get() &&
+        picked.get()->kids != nullptr)
+        forward(picked, self, m, msg_pointer_moved);
 }
 
 // The pointer is in none of the kids yet.

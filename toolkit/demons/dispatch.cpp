@@ -5,6 +5,7 @@
 #include "toolkit/demons/event_filters.h"
 #include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/events/event_input.h"
+#include "toolkit/events/input_window.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/events/timers.h"
 
@@ -232,6 +233,7 @@ void dispatch_loop(int play, int record, int step, const char *play_name, const 
     if (hooks.getGraphics != nullptr)
         hooks.getGraphics();
     cursor_filter = null_filter;
+    begin_journal_input();
     open_play_file(play_name);
     open_record_file(record_name);
     tell_cursor_place();
@@ -257,12 +259,15 @@ void main_event_loop() {
 int dispatch_check_event(int kind) {
     const std::int16_t playing = play_switch;
     const std::int16_t recording = record_switch;
+    const int window = inq_input_window();
     play_switch = record_switch = 0;
     input_event e;
     if (drain_events(kind, &e))
         return e.value;
     play_switch = playing;
     record_switch = recording;
+    if (playing != 0)
+        set_input_window(window);
     return 0;
 }
 

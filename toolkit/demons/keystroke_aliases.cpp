@@ -26,6 +26,11 @@ struct alias_state {
 alias_state state;
 key_claim claim = nullptr;
 
+// Editing keys type no character: they are bound by their own value.
+int key_of(int key) {
+    return is_editing_key(key) ? key : key & character_mask;
+}
+
 bool is_letter(int key) {
     return (key >= 'a' && key <= 'z') || (key >= 'A' && key <= 'Z');
 }
@@ -63,7 +68,7 @@ bool is_left_to(const demon *client, int key, std::uint32_t held) {
 } // namespace
 
 void aliasKeystroke(int key, std::uint32_t modifiers, alias_function function, word argument) {
-    key &= character_mask;
+    key = key_of(key);
     if (key == 0 || function == nullptr)
         return;
     remove_keystroke_alias(key, modifiers);
@@ -72,13 +77,13 @@ void aliasKeystroke(int key, std::uint32_t modifiers, alias_function function, w
 
 void remove_keystroke_alias(int key, std::uint32_t modifiers) {
     std::erase_if(state.aliases, [&](const keystroke_alias &a) {
-        return a.key == (key & character_mask) && a.modifiers == modifiers;
+        return a.key == key_of(key) && a.modifiers == modifiers;
     });
 }
 
 void remove_keystroke_alias(int key, std::uint32_t modifiers, alias_function function,
                             word argument) {
-    const keystroke_alias *bound = find_alias(key & character_mask, modifiers);
+    const keystroke_alias *bound = find_alias(key_of(key), modifiers);
     if (bound != nullptr && bound->function == function && bound->argument == argument)
         remove_keystroke_alias(key, modifiers);
 }
@@ -97,6 +102,10 @@ void turn_off_keystroke_aliases() {
 
 void turn_on_keystroke_aliases() {
     state.off = std::max(state.off - 1, 0);
+}
+
+bool has_keystroke_alias(int key) {
+    return state.off == 0 && find_typed(key, inq_special_key() << 1) != nullptr;
 }
 
 bool fire_keystroke_alias(int key) {

@@ -23,7 +23,8 @@ inline constexpr std::uint32_t alias_all = alias_alt | alias_ctrl | alias_shift;
 
 using alias_function = void (*)(word argument);
 
-// Binds a key, in place of what it was bound to. Its low 8 bits are the character that is typed.
+// Binds a key, in place of what it was bound to: an editing key by its value (home_pressed ...), all
+// others by the character that they type, the low 8 bits.
 //   modifiers  what is held with it, no more and no less. Letters are the same in either case; a
 //              character that only Shift types ('+') needs no Shift in the set
 // Nothing for key 0 or a null function.
@@ -43,6 +44,9 @@ void turn_on_keystroke_aliases();
 // value of the keyboard event. Null: none.
 using key_claim = bool (*)(const demon *client, int key);
 void set_key_claim(key_claim claim);
+
+// Whether a key would call something, with the modifiers held now, if nobody has the keyboard.
+[[nodiscard]] bool has_keystroke_alias(int key);
 
 // Calls what the key (the value of a keyboard event) is bound to, with the modifiers held now. An
 // alias without Alt and Ctrl leaves its key to whoever has the keyboard of the window that keys go

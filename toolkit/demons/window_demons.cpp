@@ -5,6 +5,7 @@
 #include "toolkit/demons/demon_pointer.h"
 #include "toolkit/demons/demon_tree.h"
 #include "toolkit/demons/event_filters.h"
+#include "toolkit/events/input_window.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/drawing.h"
 #include "toolkit/graphics/window_calls.h"
@@ -186,6 +187,22 @@ void end_typing_elsewhere(iris_window_demon *self, const demon *client) {
         if (d == client)
             return;
     iris_demon_set_keyboard_client(self, self, nullptr);
+}
+
+bool is_without_frame(const demon *d) {
+    return is_iris_window_demon(d) && static_cast<const iris_window_demon *>(d)->title[0] == '\0';
+}
+
+// Which kid of the god keys are for: the window that has the desktop's keyboard, else where the
+// pointer is; null when that is nowhere.
+demon *window_of_keys(const demon *god) {
+    demon *at_pointer = god->box_in_child;
+    object *owner = gl_get_wid_demon(gl_find_wid(inq_input_window()));
+    if (is_without_frame(at_pointer) || !is_live(owner) || !is_iris_window_demon(owner))
+        return at_pointer;
+    auto *window = static_cast<demon *>(owner);
+    const bool is_shown = window->list == demon_list::kids && window->parent.get() == god;
+    return is_shown ? window : at_pointer;
 }
 
 template <std::uint32_t code>
@@ -421,10 +438,20 @@ demon *iris_demon_get_keyboard_client(iris_window_demon *self, object *, word) {
     return self->keyboard_client.get();
 }
 
+void pass_key_to_window(demon *god, object *sender, demon_message *m) {
+    demon *window = window_of_keys(god);
+    if (m == nullptr || m->propagate != 0 || window == nullptr || window == god->box_in_child) {
+        demon_generic(god, sender, m);
+        return;
+    }
+    demon_message passed = *m;
+    send_demon_message(window, sender, passed);
+}
+
 demon *inq_key_client() {
     demon *receiver = inq_event_receiver(input_keyboard);
     if (receiver != nullptr && receiver == inq_demon_god())
-        receiver = receiver->box_in_child;
+        receiver = window_of_keys(receiver);
     return receiver != nullptr ? demon_get_keyboard_client_message(receiver) : nullptr;
 }
 

@@ -22,10 +22,14 @@
 // the window over the screen: whenever it is drawn, and before the god hears of a move of the
 // pointer (follow_iris_windows), it moves with all that is in it to where the window stands.
 //
-// Keys go to the keyboard client, wherever in the window the pointer is. Any demon asks for the
-// keyboard of its window by demon_keyboard_client_message(itself, itself), and gives it back with
-// null for itself. Who gets or loses it is told by the same message. It is taken away when button 1
-// has been pressed in the window, but not in who has it, and who was pressed has not asked for it.
+// Keys come to the window that has the desktop's keyboard, as far as the desktop tells
+// (pass_key_to_window); else to the one that the pointer is in.
+//
+// There they go to the keyboard client, wherever in the window the pointer is. Any demon asks for
+// the keyboard of its window by demon_keyboard_client_message(itself, itself), and gives it back
+// with null for itself. Who gets or loses it is told by the same message. It is taken away when
+// button 1 has been pressed in the window, but not in who has it, and who was pressed has not asked
+// for it.
 //
 // Messages may destroy, push or pop the window that they are in: see demons.h.
 #pragma once
@@ -138,8 +142,14 @@ void iris_demon_keystroke(iris_window_demon *self, object *sender, demon_message
 void iris_demon_set_keyboard_client(iris_window_demon *self, object *sender, demon *client);
 demon *iris_demon_get_keyboard_client(iris_window_demon *self, object *sender, word unused);
 
-// Who has the keyboard of the window that keys go to now: of the filter's (event_filters.h), else of
-// the one that the pointer is in. Null when nobody has.
+// For the demon god, as its keystroke handler or at the end of one: the key goes to the god's
+// window demon that has the desktop's keyboard (inq_input_window). When that is not known, or the
+// pointer is in a window without frame, to which desktops give no keyboard, it goes the pointer's
+// way.
+void pass_key_to_window(demon *god, object *sender, demon_message *m);
+
+// Who has the keyboard of the window that keys go to now: of the filter's (event_filters.h), else
+// of the one that pass_key_to_window finds. Null when nobody has.
 [[nodiscard]] demon *inq_key_client();
 
 } // namespace toolkit

@@ -1,5 +1,6 @@
 #include "toolkit/dialogs/dialog_text.h"
 
+#include "platform/fonts/utf8.h"
 #include "toolkit/graphics/spaces.h"
 #include "toolkit/graphics/text.h"
 #include "toolkit/widgets/control.h"
@@ -29,10 +30,6 @@ struct room {
     std::size_t lines;
 };
 
-int width_of(int slot, std::string_view text) {
-    return gl_inq_text_extent(slot, text).width;
-}
-
 room room_on_screen(int slot) {
     int width = 0, height = 0;
     gl_inq_screen_size(&width, &height);
@@ -43,11 +40,11 @@ room room_on_screen(int slot) {
 }
 
 bool fits(int slot, std::string_view line, int width) {
-    return line.size() <= most_bytes && width_of(slot, line) <= width;
+    return line.size() <= most_bytes && getStringWidth(slot, line) <= width;
 }
 
 bool is_inside_character(std::string_view text, std::size_t at) {
-    return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U;
+    return at < text.size() && fm::is_continuation(text[at]);
 }
 
 // Where the last character before a place begins.
@@ -63,7 +60,7 @@ std::size_t count_fitting(int slot, std::string_view line, int width) {
     std::size_t some = 0, over = std::min(line.size(), most_bytes) + 1;
     while (over - some > 1) {
         const std::size_t middle = some + (over - some) / 2;
-        if (width_of(slot, line.substr(0, middle)) <= width)
+        if (getStringWidth(slot, line.substr(0, middle)) <= width)
             some = middle;
         else
             over = middle;
@@ -129,8 +126,9 @@ dialog_layout lay_out_dialog(std::string_view text, int slot, const dialog_conte
     dialog_layout layout;
     layout.lines = split_text(text, slot);
     int text_width = 0;
-    for (const std::string &line : layout.lines) {
+    for (std::string &line : layout.lines) {
         const text_size size = gl_inq_text_extent(slot, line);
+        line.erase(line.find_last_not_of(' ') + 1); // it stands in the middle without its blanks
         text_width = std::max(text_width, size.width + text_padding);
         layout.line_height = std::max(layout.line_height, size.height + line_padding);
     }

@@ -49,13 +49,12 @@ void add_text(dialog_window *window, const dialog_layout &layout) {
         {margin, clamp_16(layout.height - height - margin), clamp_16(width), clamp_16(height)});
 }
 
-std::string title_of(std::string_view start, std::string_view text) {
-    std::string title(start);
-    title.append(text.substr(0, object_name_size));
+std::string name_of(std::string_view start, std::string_view text) {
+    std::string name(start);
+    name.append(text.substr(0, object_name_size));
     std::replace_if(
-        title.begin(), title.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; },
-        ' ');
-    return title;
+        name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    return name;
 }
 
 struct button_look {
@@ -84,7 +83,7 @@ int left_of_button(const dialog_window *window, dialog_button which) {
 
 } // namespace
 
-dialog_window *make_dialog_window(std::string_view title_start, const char *text,
+dialog_window *make_dialog_window(std::string_view name_start, const char *title, const char *text,
                                   const dialog_contents &contents, int x, int y) {
     if (Dialog_Window_Set == nullptr)
         keep_set_in(&Dialog_Window_Set,
@@ -92,15 +91,16 @@ dialog_window *make_dialog_window(std::string_view title_start, const char *text
                                                  inq_iris_window_demon_class()));
     const dialog_layout layout = lay_out_dialog(text, dialog_font_slot, contents);
     const screen_box box = dialog_box(layout, x, y);
-    const std::string title = title_of(title_start, text);
-    auto *made = static_cast<dialog_window *>(create_iris_window_demon_pushed(
-        Dialog_Window_Set, box.x, box.y, box.width, box.height, title.c_str(), nullptr, 0));
+    const std::string name = name_of(name_start, text);
+    auto *made = static_cast<dialog_window *>(
+        create_iris_window_demon_pushed(Dialog_Window_Set, box.x, box.y, box.width, box.height,
+                                        title != nullptr ? title : name.c_str(), nullptr, 0));
     if (made == nullptr)
         return nullptr;
     made->box = box;
     made->line_height = layout.line_height;
     made->on.destroy = iris_demon_destroy;
-    name_object(title.c_str(), made);
+    name_object(name.c_str(), made);
     add_text(made, layout);
     return made;
 }
@@ -118,16 +118,8 @@ void add_dialog_field(dialog_window *window, std::string_view initial) {
 }
 
 void select_dialog_field(dialog_window *window) {
-    const demon_ref kept = window->field;
-    demon *asked = kept.get();
-    if (asked == nullptr)
-        return;
-    demon_keyboard_client_message(asked, asked);
-    auto *field = static_cast<edit_string_demon *>(kept.get());
-    if (field == nullptr)
-        return;
-    select_all(&field->line);
-    edit_string_show_edit(field);
+    if (demon *field = window->field.get())
+        give_keyboard(field);
 }
 
 std::string_view text_in_dialog(const dialog_window *window) {

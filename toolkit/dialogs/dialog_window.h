@@ -1,6 +1,7 @@
 // The windows that dialogs are made of; for this folder.
 //
-//   dialog_window *window = make_dialog_window("Yes/No: ", text, {.has_yes = true}, x, y);
+//   dialog_window *window =
+//       make_dialog_window("Yes/No: ", "Question", text, {.has_yes = true}, x, y);
 //   add_dialog_button(window, dialog_button::yes, yes_dialog_function, 0);
 //   popup_iris_window(window, nullptr);           // the window opens
 #pragma once
@@ -21,11 +22,14 @@ struct dialog_window : iris_window_demon {
 };
 
 // A window demon for a dialog around (x, y), with the lines of its text, not popped yet. It is
-// titled and named with title_start and the text, and destroyed when it is closed.
-//   contents   what will be added by add_dialog_field and add_dialog_button
+// destroyed when it is closed.
+//   name_start   its name (object_names.h) is this and the text
+//   title        what its user sees on the frame; null: the name
+//   contents     what will be added by add_dialog_field and add_dialog_button
 // Null when there is no memory.
-[[nodiscard]] dialog_window *make_dialog_window(std::string_view title_start, const char *text,
-                                                const dialog_contents &contents, int x, int y);
+[[nodiscard]] dialog_window *make_dialog_window(std::string_view name_start, const char *title,
+                                                const char *text, const dialog_contents &contents,
+                                                int x, int y);
 
 // Adds the answer's field, and gives it the keyboard with its text selected.
 void add_dialog_field(dialog_window *window, std::string_view initial);

@@ -8,6 +8,7 @@
 #include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/dialogs/dialog_window.h"
 #include "toolkit/events/cursor_control.h"
+#include "toolkit/events/event_input.h"
 #include "toolkit/graphics/fonts.h"
 #include "toolkit/graphics/window_calls.h"
 #include "toolkit/widgets/pulldowns.h"
@@ -67,6 +68,12 @@ std::int32_t answer_to_escape(const dialog_contents &contents) {
 
 std::int32_t answer_to_return(const dialog_contents &contents) {
     return contents.has_yes ? dialog_yes : answer_to_escape(contents);
+}
+
+// What nothing can be said against is told, not asked.
+const char *title_of(const dialog_contents &contents) {
+    const bool is_told = !contents.has_answer && !contents.has_no && !contents.has_quit;
+    return is_told ? "Message" : "Question";
 }
 
 // ---- handlers of a dialog's window. All input comes here, past the demon god: what that does
@@ -217,6 +224,15 @@ void run_loop(dialog_run &run) {
         main_event_loop();
 }
 
+// Whether the user may close a window now: the dialog, which is shown to who tries another one.
+bool may_close_in_dialog(int gl_window) {
+    const demon *window = innermost != nullptr ? innermost->window.get() : nullptr;
+    if (window == nullptr || gl_get_wid_demon(gl_find_wid(gl_window)) == window)
+        return true;
+    gl_win_pop(window->window);
+    return false;
+}
+
 // All that a dialog takes from the program, for as long as a record of this type stands.
 class modal_scope {
 public:
@@ -224,8 +240,11 @@ public:
         run_.outer = std::exchange(innermost, &run);
         push_event_filter(run.window.get(), input_keyboard | input_button);
         turn_off_keystroke_aliases();
+        set_close_question(may_close_in_dialog);
     }
     ~modal_scope() {
+        if (run_.outer == nullptr)
+            set_close_question(nullptr);
         turn_on_keystroke_aliases();
         pop_event_filters_to(filters_);
         innermost = run_.outer;
@@ -333,7 +352,7 @@ void inform(const char *text) {
     const graphics_bracket bracket;
     closePullDowns();
     const screen_point at = cursor_place();
-    dialog_window *window = make_dialog_window("Inform: ", text, contents, at.x, at.y);
+    dialog_window *window = make_dialog_window("Inform: ", nullptr, text, contents, at.x, at.y);
     if (window == nullptr)
         return;
     add_dialog_button(window, dialog_button::yes, close_inform, to_word(window));
@@ -361,7 +380,8 @@ std::int32_t create_yes_no_dialog(demon *parent, int x, int y, const char *text,
     const graphics_bracket bracket;
     const demon_ref adopter = refer_to_demon(parent);
     closePullDowns();
-    dialog_window *window = make_dialog_window("Yes/No: ", text, run.contents, x, y);
+    dialog_window *window =
+        make_dialog_window("Yes/No: ", title_of(run.contents), text, run.contents, x, y);
     if (window == nullptr)
         return dialog_result = dialog_no;
     run.window = refer_to_demon(window);

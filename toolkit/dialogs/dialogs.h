@@ -11,9 +11,10 @@
 // Questions that want a text or a number for an answer: questions.h.
 //
 // A dialog keeps the program until it is answered, in an event loop of its own: timers, ticks and
-// redrawing go on, but keys and the mouse work in the dialog alone, menu shortcuts are off, and an
-// open menu closes. It stands above the program's windows; a press in one of these brings it back
-// to the top. Dialogs may come from within dialogs.
+// redrawing go on, but keys and the mouse work in the dialog alone, menu shortcuts are off, an open
+// menu closes, and other windows can not be closed by their frames (that the program is asked to
+// end, WINQUIT, still counts). It stands above the program's windows; a press in one of these, or
+// on its close box, brings it back to the top. Dialogs may come from within dialogs.
 //
 // Return answers yes, from the answer's field too. Escape answers no; where there is no such button
 // it gives up, or acknowledges. Closing the window answers no, and so does whatever else ends a
@@ -66,7 +67,8 @@ inline constexpr std::int32_t dialog_abort = 3;
 //   answer   not null: there is a field to type in, of up to 1023 bytes, with `initial` in it at
 //            first; on dialog_yes its text is copied here, else the answer stays as it is
 //   with_... which buttons there are
-// Its window has the title "Yes/No: TEXT", which is the name of its demon (object_names.h) too.
+// Its demon has the name "Yes/No: TEXT" (object_names.h). The title that its user sees is "Message"
+// when yes is all that can be answered, else "Question".
 [[nodiscard]] std::int32_t create_yes_no_dialog(demon *parent, int x, int y, const char *text,
                                                 std::string *answer, std::string_view initial,
                                                 bool with_yes, bool with_no, bool with_quit);

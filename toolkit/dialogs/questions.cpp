@@ -3,10 +3,10 @@
 #include "toolkit/events/cursor_control.h"
 #include "toolkit/graphics/run_modes.h"
 #include "toolkit/widgets/directory_list.h"
+#include "toolkit/widgets/file_checks.h"
 
 #include <charconv>
 #include <filesystem>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace toolkit {
@@ -61,30 +61,12 @@ bool read_integer(std::string_view text, int *value) {
 // ---- files
 
 std::string whole_path(std::string_view typed) {
-    if (typed == "~" || typed.starts_with("~/"))
-        return home_folder().append(typed.substr(1));
-    if (typed.starts_with('/'))
-        return std::string(typed);
     std::error_code ignored;
-    return join_path(std::filesystem::current_path(ignored).string(), typed);
-}
-
-bool is_folder(const std::string &path) {
-    struct stat found {};
-    return stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
-}
-
-bool may(const std::string &path, int what) {
-    return access(path.c_str(), what) == 0;
+    return absolute_path(std::filesystem::current_path(ignored).string(), typed);
 }
 
 bool is_readable_folder(const std::string &path) {
-    return is_folder(path) && may(path, R_OK | X_OK);
-}
-
-bool is_there(const std::string &path) {
-    struct stat found {};
-    return lstat(path.c_str(), &found) == 0;
+    return is_folder(path) && may_access(path, R_OK | X_OK);
 }
 
 bool is_named(std::string_view typed) {
@@ -101,7 +83,7 @@ bool accept_folder(const std::string &path) {
 }
 
 bool accept_to_read(const std::string &path) {
-    if (!is_folder(path) && may(path, R_OK))
+    if (!is_folder(path) && may_access(path, R_OK))
         return true;
     tell(path + not_readable);
     return false;
@@ -112,9 +94,9 @@ std::string unwritable_part(const std::string &path) {
     if (is_folder(path) || path.ends_with('/'))
         return path;
     if (is_there(path))
-        return may(path, W_OK) ? "" : path;
+        return may_access(path, W_OK) ? "" : path;
     const std::string folder = parent_folder(path);
-    return is_folder(folder) && may(folder, W_OK | X_OK) ? "" : folder;
+    return is_folder(folder) && may_access(folder, W_OK | X_OK) ? "" : folder;
 }
 
 bool accept_to_write(const std::string &path) {

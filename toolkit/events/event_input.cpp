@@ -3,6 +3,7 @@
 #include "platform/gl/input.h"
 #include "platform/gl/queue.h"
 #include "toolkit/events/double_click.h"
+#include "toolkit/events/input_window.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/events/timers.h"
 
@@ -40,6 +41,7 @@ window_watch watch_windows = nullptr;
 int arrow_key_takers = 0;
 editing_key_question wants_editing_keys = nullptr;
 void (*paste_call)() = nullptr;
+close_question may_close = nullptr;
 
 bool is_valuator(gl::device d) {
     return d == gl::MOUSEX || d == gl::MOUSEY;
@@ -105,8 +107,16 @@ int is_either_held(std::uint32_t bit) {
 void record(std::FILE *record_file, gl::device d, std::int16_t value) {
     if (record_switch == 0 || record_file == nullptr)
         return;
+    if (d == gl::INPUTCHANGE)
+        note_recorded_window(value);
     write_journal_line(record_file, {d, input.cursor, value},
                        journal_label(d, value, is_shifted(), input.caps_lock));
+}
+
+void record_event(std::FILE *record_file, const queue_entry &entry) {
+    if (entry.device <= gl::last_button_device && is_input_window_unrecorded())
+        record(record_file, gl::INPUTCHANGE, static_cast<std::int16_t>(inq_input_window()));
+    record(record_file, entry.device, entry.value);
 }
 
 // F11 and F12 steer the recorder and are not part of what it records. Returns true for them.
@@ -129,6 +139,7 @@ void end_playing(std::FILE **play_file_ref) {
     play_switch = 0;
     forget_journal_state();
     read_held_modifiers();
+    set_input_window(0); // the display has not been listened to
 }
 
 // Puts a line's event into the emptied queue and takes it out again, together with live input
@@ -245,14 +256,14 @@ void move_by_arrow_key(gl::device d) {
     gl_set_valuator(at.x + right, at.y + up);
 }
 
-bool are_editing_keys_taken() {
-    return arrow_key_takers > 0 || (wants_editing_keys != nullptr && wants_editing_keys());
+bool is_editing_key_taken(std::int16_t key) {
+    return arrow_key_takers > 0 || (wants_editing_keys != nullptr && wants_editing_keys(key));
 }
 
 input_event translate_key(const queue_entry &entry) {
     const std::int16_t editing =
         entry.value != 0 ? editing_key_value(entry.device) : std::int16_t{0};
-    if (editing != 0 && are_editing_keys_taken())
+    if (editing != 0 && is_editing_key_taken(editing))
         return {input_keyboard, editing};
     if (entry.value != 0 && gl_arrow_key(entry.device) != answer_no) {
         move_by_arrow_key(entry.device);
@@ -312,9 +323,11 @@ input_event handle_internal(const queue_entry &entry) {
         break;
     case gl::WINQUIT:
     case gl::WINSHUT:
-        call_window(windows.gl_close_iris_wid, entry.value);
+        if (entry.device == gl::WINQUIT || may_close == nullptr || may_close(entry.value))
+            call_window(windows.gl_close_iris_wid, entry.value);
         break;
     case gl::INPUTCHANGE:
+        set_input_window(entry.value);
         if (entry.value == 0 && !is_motion_queued())
             queue_motion(); // the hand has gone elsewhere: no more polling
         if (entry.value != 0 && play_switch == 0)
@@ -372,7 +385,7 @@ bool get_event(input_event *out, int wait, std::FILE **play_file_ref, std::FILE 
             return true;
     }
     if (!is_valuator(entry.device) && entry.device != gl::NULLDEV)
-        record(record_file, entry.device, entry.value);
+        record_event(record_file, entry);
     *out = translate(entry);
     if (is_valuator(entry.device))
         record(record_file, gl::MOUSEX, entry.value);
@@ -389,6 +402,10 @@ void set_window_calls(const window_calls &calls) {
 
 void set_window_watch(window_watch watch) {
     watch_windows = watch;
+}
+
+void set_close_question(close_question question) {
+    may_close = question;
 }
 
 void take_arrow_keys() {
@@ -415,6 +432,7 @@ void gl_input_init() {
         gl::qdevice(d);
     gl::noise(gl::TIMER1, first_timer1_noise);
     input.clicks = {};
+    forget_input_window();
     read_held_modifiers();
     input.caps_lock = gl::is_caps_locked();
 }

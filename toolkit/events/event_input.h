@@ -48,15 +48,20 @@ void set_window_calls(const window_calls &calls);
 using window_watch = void (*)(gl::device what, int window);
 void set_window_watch(window_watch watch);
 
+// Asked when the user wants a window closed (WINSHUT; not WINQUIT, which ends the program), before
+// gl_close_iris_wid is called: whether it may be closed now. Null: it may.
+using close_question = bool (*)(int window);
+void set_close_question(close_question question);
+
 // Between the two, presses of the editing keys are delivered by the values of their own
 // (left_arrow_pressed ... delete_pressed). Else arrow keys move the cursor by a pixel, Delete types
 // backspace_character, and Home, End and the page keys do nothing. Pairs nest.
 void take_arrow_keys();
 void give_back_arrow_keys();
 
-// Asked at each such press, when nobody has taken them so: whether who gets the keys now wants
-// them, as text fields do. Null: no.
-using editing_key_question = bool (*)();
+// Asked at each such press, when nobody has taken them so, with the value that the key would have:
+// whether who gets the keys now wants it, as text fields do. Null: no.
+using editing_key_question = bool (*)(std::int16_t key);
 void set_editing_key_question(editing_key_question question);
 
 // Called when a text that was asked of the desktop has come (platform/gl/clipboard.h). Null: nobody.

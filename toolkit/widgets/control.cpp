@@ -5,6 +5,7 @@
 #include "toolkit/demons/demon_pointer.h"
 #include "toolkit/demons/dispatch.h"
 #include "toolkit/demons/event_filters.h"
+#include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/graphics/colour_indices.h"
@@ -74,16 +75,11 @@ void release_pointer(const control *self) {
         pop_event_filters_to(std::min(self->filter_place, filters - 1));
 }
 
-// Who holds the pointer is told when button 1 comes up, unless somebody took the buttons meanwhile:
-// then it is up, and that is not still on its way.
-bool has_missed_release() {
-    return gl_inq_b1_down() == answer_no && gl::qtest() == gl::NULLDEV;
-}
-
-// Whether keys go to a control that has use for arrows and the like.
-bool wants_editing_keys() {
+// Whether keys go to a control that has use for arrows and the like, or this one is a shortcut.
+bool wants_editing_key(std::int16_t key) {
     const control *client = as_control(inq_key_client());
-    return client != nullptr && client->kind->is_typed_in && takes_input(client);
+    return (client != nullptr && client->kind->is_typed_in && takes_input(client)) ||
+           has_keystroke_alias(key);
 }
 
 // What is typed in another control of the window is settled before this one is used. Returns
@@ -230,7 +226,7 @@ object_class *inq_control_class() {
     if (made == nullptr)
         return nullptr;
     set_method<control_set_enable_input>(made, msg_set_enable_input);
-    set_editing_key_question(wants_editing_keys);
+    set_editing_key_question(wants_editing_key);
     return keep_class_in(&Control_Class, made);
 }
 
@@ -318,6 +314,10 @@ void press_or_not(control *self, screen_point at) {
         return;
     self->is_pressed = is_inside;
     redraw_control(self);
+}
+
+bool has_missed_release() {
+    return gl_inq_b1_down() == answer_no && gl::qtest() == gl::NULLDEV;
 }
 
 void let_go_control(control *self) {

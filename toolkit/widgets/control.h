@@ -104,6 +104,10 @@ void change_control(control *self, const widget_value &value);
 // For kinds that are clicked: shows whether button 1 would click it now.
 void press_or_not(control *self, screen_point at);
 
+// Whether button 1 is up and who holds the pointer will not be told of that: somebody has taken the
+// buttons meanwhile, a question say. A release that is still on its way is not missed.
+[[nodiscard]] bool has_missed_release();
+
 // The pointer is no longer held.
 void let_go_control(control *self);
 

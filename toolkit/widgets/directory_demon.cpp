@@ -103,9 +103,7 @@ void draw_title(const directory_demon *self) {
     line.height = clamp_16(scale_y(title_height));
     gl_fill_box(line, colour_face);
     const std::string count = count_text(self->contents);
-    text_size size;
-    const int count_x =
-        line.x + line.width - gl_inquire_fm_font_size(count, &size, font_slot_small);
+    const int count_x = line.x + line.width - gl_inq_text_width(font_slot_small, count);
     draw_text(count_x, line.y + (line.height - gl_inq_font_y_extent(font_slot_small)) / 2,
               font_slot_small, count, look::disabled);
     line.width = clamp_16(std::max(count_x - line.x, 0));

@@ -1,42 +1,22 @@
 // How a file tool comes to its file: what is typed and selected, what is refused, what is asked.
 #include "toolkit/widgets/directory_demon_parts.h"
+#include "toolkit/widgets/file_checks.h"
 
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace toolkit {
 
 namespace {
 
-enum class file_kind { none, plain, folder, other };
-
-// What stands at a path, through links. A link to nothing, and what can not be asked, is `other`.
-file_kind kind_of(const std::string &path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0)
-        return S_ISDIR(status.st_mode)   ? file_kind::folder
-               : S_ISREG(status.st_mode) ? file_kind::plain
-                                         : file_kind::other;
-    const bool is_nothing = errno == ENOENT && ::lstat(path.c_str(), &status) != 0;
-    return is_nothing ? file_kind::none : file_kind::other;
-}
-
-// As opening it would find, which goes by the effective user.
-bool may(const std::string &path, int mode) {
-    return ::faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
-}
-
 // Plain files alone: to open a pipe would wait for its other end.
 bool is_readable(const std::string &path) {
-    return kind_of(path) == file_kind::plain && may(path, R_OK);
+    return kind_of_file(path) == file_kind::plain && may_access(path, R_OK);
 }
 
 bool is_writable(const std::string &path, file_kind kind) {
     if (kind == file_kind::none)
-        return may(parent_folder(path), W_OK | X_OK);
-    return kind == file_kind::plain && may(path, W_OK);
+        return may_access(parent_folder(path), W_OK | X_OK);
+    return kind == file_kind::plain && may_access(path, W_OK);
 }
 
 void tell_not_writable(std::string_view path) {
@@ -61,7 +41,7 @@ void accept_file(directory_demon *self, const std::string &path) {
 }
 
 void save_as(directory_demon *self, const std::string &path) {
-    const file_kind kind = kind_of(path);
+    const file_kind kind = kind_of_file(path);
     if (!is_writable(path, kind)) {
         tell_not_writable(path);
         return;
@@ -78,7 +58,7 @@ void open_file(directory_demon *self, const std::string &path) {
         accept_file(self, path);
         return;
     }
-    if (kind_of(self->contents->files.path) != file_kind::folder)
+    if (!is_folder(self->contents->files.path))
         reread_directory(self);
     tell_not_readable(path);
 }
@@ -88,12 +68,12 @@ void accept_typed(directory_demon *self, std::string_view text) {
     const directory_list &files = self->contents->files;
     const std::string path = resolve_path(files.path, text);
     const std::string full = with_extension(path, files.extension);
-    if (kind_of(path) == file_kind::folder)
+    if (is_folder(path))
         static_cast<void>(go_to_directory(self, path));
     else if (self->is_saving)
         save_as(self, full);
     else
-        open_file(self, kind_of(path) == file_kind::none && is_readable(full) ? full : path);
+        open_file(self, kind_of_file(path) == file_kind::none && is_readable(full) ? full : path);
 }
 
 std::string path_of_selected(const directory_demon *self) {
@@ -146,7 +126,7 @@ void accept_name(directory_demon *self) {
         return;
     }
     const std::string path = resolve_path(self->contents->files.path, text);
-    if (kind_of(path) != file_kind::folder) {
+    if (!is_folder(path)) {
         accept_typed(self, text);
         return;
     }

@@ -1,5 +1,6 @@
 // What keys do in a file tool.
 #include "platform/clock/program_clock.h"
+#include "platform/fonts/utf8.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/widgets/directory_demon_parts.h"
@@ -36,23 +37,13 @@ std::string &typed_text(directory_demon *self) {
     return contents->typed;
 }
 
-void append_character(std::string *text, int key) {
-    constexpr int low_bits = 6, lead = 0xC0, continuation = 0x80, low_mask = 0x3F;
-    if (key <= last_ascii) {
-        *text += static_cast<char>(key);
-        return;
-    }
-    *text += static_cast<char>(lead | (key >> low_bits));
-    *text += static_cast<char>(continuation | (key & low_mask));
-}
-
 // From the selected entry on. The same letter again and again leads from one to the next.
 void find_typed(directory_demon *self, int key) {
     std::string &typed = typed_text(self);
     const bool is_blank_alone = typed.empty() && key == ' ';
     if (is_blank_alone)
         return;
-    append_character(&typed, key);
+    typed += fm::latin_letter(key);
     const std::size_t here = static_cast<std::size_t>(std::max(self->list->selected, {}));
     const std::size_t behind = static_cast<std::size_t>(self->list->selected + 1);
     const bool is_repeated =
@@ -71,7 +62,7 @@ void erase_typed_or_go_up(directory_demon *self) {
         go_to_parent(self);
         return;
     }
-    while (typed.size() > 1 && (static_cast<unsigned char>(typed.back()) & 0xC0U) == 0x80U)
+    while (typed.size() > 1 && fm::is_continuation(typed.back()))
         typed.pop_back();
     typed.pop_back();
     if (const std::ptrdiff_t found = find_entry(self->contents->files, typed); found != no_entry)
@@ -132,18 +123,6 @@ void accept_field(directory_demon *self, demon *field, object *sender, demon_mes
 }
 
 } // namespace
-
-void give_keyboard(demon *part) {
-    const demon_ref kept = refer_to_demon(part);
-    demon_keyboard_client_message(part, part);
-    if (kept.get() == nullptr || !is_edit_string_demon(part))
-        return;
-    auto *field = static_cast<edit_string_demon *>(part);
-    if (!field->has_keyboard)
-        return;
-    select_all(&field->line);
-    edit_string_show_edit(field);
-}
 
 void list_keystroke(demon *d, object *, demon_message *m) {
     auto *list = static_cast<file_list *>(d);

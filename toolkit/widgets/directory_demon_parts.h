@@ -47,9 +47,6 @@ void tell_not_readable(std::string_view path);
 void list_keystroke(demon *list, object *sender, demon_message *m);
 void field_keystroke(demon *field, object *sender, demon_message *m);
 
-// Gives the keyboard to the list, or to a field, whose text is selected then.
-void give_keyboard(demon *part);
-
 // --- buttons: directory_demon_buttons.cpp --------------------------------------------------------
 
 // Small buttons with a picture of their own.

@@ -155,12 +155,15 @@ std::string parent_folder(std::string_view path) {
     return slash == std::string_view::npos || slash == 0 ? "/" : std::string(path.substr(0, slash));
 }
 
+std::string absolute_path(std::string_view folder, std::string_view path) {
+    if (path == "~" || path.starts_with("~/"))
+        return home_folder().append(path.substr(1));
+    return path.starts_with('/') ? std::string(path) : join_path(folder, path);
+}
+
 std::string resolve_path(std::string_view folder, std::string_view path) {
-    const bool at_home = path == "~" || path.starts_with("~/");
-    std::string full = at_home ? home_folder().append(path.substr(1)) : std::string(path);
-    if (!full.starts_with('/'))
-        full = join_path(folder, full);
-    full = std::filesystem::path(full).lexically_normal().string();
+    std::string full =
+        std::filesystem::path(absolute_path(folder, path)).lexically_normal().string();
     while (full.size() > 1 && full.ends_with('/'))
         full.pop_back();
     return full;

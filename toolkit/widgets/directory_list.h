@@ -54,7 +54,9 @@ struct directory_list {
 [[nodiscard]] std::string parent_folder(std::string_view path); // "/" is its own
 
 // What a path means in a folder: "~" is home, what begins with "/" or "~" does not ask for the
-// folder. Without "." and "..", and without a slash at the end but for "/".
+// folder. absolute_path leaves the rest as it is; resolve_path: without "." and "..", and without a
+// slash at the end but for "/".
+[[nodiscard]] std::string absolute_path(std::string_view folder, std::string_view path);
 [[nodiscard]] std::string resolve_path(std::string_view folder, std::string_view path);
 [[nodiscard]] std::string join_path(std::string_view folder, std::string_view name);
 

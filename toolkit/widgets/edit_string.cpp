@@ -353,7 +353,7 @@ void press_edit_string(control *d, screen_point at) {
     demon_keyboard_client_message(self, self);
     if (kept.get() == nullptr)
         return;
-    if (gl_inq_b1_down() == answer_no)
+    if (has_missed_release())
         let_go_control(self); // a question came between
     if (!self->has_keyboard)
         return;

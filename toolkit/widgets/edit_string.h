@@ -147,6 +147,10 @@ void edit_string_paste_selection(edit_string_demon *self, object *sender, demon_
 // For keystroke_aliases.h: which keys a field wants before all others.
 [[nodiscard]] bool edit_string_claims_key(const demon *client, int key);
 
+// Gives a demon the keyboard of its window, as Tab does: the whole text of a field is selected
+// then. It may be gone afterwards, if somebody who was told of that wanted it so.
+void give_keyboard(demon *client);
+
 // Gives the keyboard up as if the field were not visible: a question never comes up.
 void give_up_keyboard_unasked(edit_string_demon *self);
 

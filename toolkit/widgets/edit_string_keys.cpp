@@ -1,4 +1,5 @@
 // What keys do in text fields.
+#include "platform/fonts/utf8.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/widgets/clipboard.h"
@@ -12,7 +13,6 @@ namespace {
 
 constexpr int first_character = ' ';
 constexpr int last_character = 255;
-constexpr int first_beyond_ascii = 128;
 constexpr int delete_code = 127;
 constexpr int case_bit = 'a' - 'A';
 
@@ -52,16 +52,8 @@ demon *neighbour_of(const demon *self, bool is_backward) {
 }
 
 void go_to_neighbour(const edit_string_demon *self) {
-    demon *next = neighbour_of(self, is_held(shift_bit));
-    if (next == nullptr)
-        return;
-    const demon_ref kept = refer_to_demon(next);
-    demon_keyboard_client_message(next, next);
-    auto *field = static_cast<edit_string_demon *>(kept.get());
-    if (field == nullptr || !field->has_keyboard)
-        return;
-    select_all(&field->line);
-    edit_string_show_edit(field);
+    if (demon *next = neighbour_of(self, is_held(shift_bit)))
+        give_keyboard(next);
 }
 
 // ---- editing
@@ -79,17 +71,6 @@ void insert_taken(edit_string_demon *self, std::string_view added) {
             taken[count++] = c;
     if (count > 0 || added.empty())
         insert_text(&self->line, {taken.data(), count});
-}
-
-void insert_character(edit_string_demon *self, int character) {
-    constexpr int low_bits = 6;
-    const std::array<char, 2> latin = {static_cast<char>(0xC0 | (character >> low_bits)),
-                                       static_cast<char>(0x80 | (character & 0x3F))};
-    const std::array<char, 1> ascii = {static_cast<char>(character)};
-    if (character >= first_beyond_ascii)
-        insert_taken(self, {latin.data(), latin.size()});
-    else
-        insert_taken(self, {ascii.data(), ascii.size()});
 }
 
 void copy_selection(const edit_string_demon *self) {
@@ -168,7 +149,7 @@ bool edit_by_key(edit_string_demon *self, int key) {
         return edit_by_command(self, key);
     if (is_held(alt_bit))
         return false;
-    insert_character(self, key);
+    insert_taken(self, fm::latin_letter(key));
     return true;
 }
 
@@ -183,6 +164,18 @@ void accept_and_leave(edit_string_demon *self) {
 }
 
 } // namespace
+
+void give_keyboard(demon *client) {
+    const demon_ref kept = refer_to_demon(client);
+    demon_keyboard_client_message(client, client);
+    if (kept.get() == nullptr || !is_edit_string_demon(client))
+        return;
+    auto *field = static_cast<edit_string_demon *>(client);
+    if (!field->has_keyboard)
+        return;
+    select_all(&field->line);
+    edit_string_show_edit(field);
+}
 
 void edit_string_show_edit(edit_string_demon *self) {
     self->is_marker_lit = self->has_keyboard;

@@ -1,5 +1,7 @@
 #include "toolkit/widgets/edit_text.h"
 
+#include "platform/fonts/utf8.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -18,8 +20,8 @@ std::int32_t length_of(std::string_view text) {
     return static_cast<std::int32_t>(text.size());
 }
 
-bool is_continuation(unsigned char c) {
-    return (c & 0xC0U) == 0x80U;
+bool is_continuation_at(std::string_view text, std::int32_t at) {
+    return fm::is_continuation(text[static_cast<std::size_t>(at)]);
 }
 
 // Bytes of the character that begins with c, if it is one.
@@ -34,7 +36,7 @@ std::int32_t announced_bytes(unsigned char c) {
 std::int32_t character_end(std::string_view text, std::int32_t at) {
     const std::int32_t last = std::min(at + announced_bytes(byte_at(text, at)), length_of(text));
     std::int32_t end = at + 1;
-    while (end < last && is_continuation(byte_at(text, end)))
+    while (end < last && is_continuation_at(text, end))
         ++end;
     return end;
 }
@@ -42,7 +44,7 @@ std::int32_t character_end(std::string_view text, std::int32_t at) {
 // The beginning of the character that the byte before `at` is part of.
 std::int32_t character_before(std::string_view text, std::int32_t at) {
     std::int32_t begin = at - 1;
-    while (begin > 0 && begin > at - 4 && is_continuation(byte_at(text, begin)))
+    while (begin > 0 && begin > at - 4 && is_continuation_at(text, begin))
         --begin;
     return character_end(text, begin) == at ? begin : at - 1;
 }
@@ -51,7 +53,7 @@ std::int32_t character_before(std::string_view text, std::int32_t at) {
 std::int32_t between_characters(std::string_view text, std::int32_t at) {
     at = std::clamp(at, 0, length_of(text));
     for (std::int32_t begin = std::max(at - 3, 0); begin < at; begin = character_end(text, begin)) {
-        const bool is_start = !is_continuation(byte_at(text, begin));
+        const bool is_start = !is_continuation_at(text, begin);
         if (is_start && character_end(text, begin) > at)
             return begin;
     }

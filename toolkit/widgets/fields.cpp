@@ -11,6 +11,8 @@ namespace toolkit {
 
 namespace {
 
+constexpr int time_code_length = 11; // of HH:MM:SS:FF, which a field must be able to show
+
 struct time_field : edit_string_demon { // its value is the control's
     float minimum;
     float maximum;
@@ -99,7 +101,7 @@ demon *addTimeWidget(demon *parent, int x, int y, int width, int height, float m
     if (made == nullptr)
         return nullptr;
     set_up_edit_string(made, time_kind, "", "");
-    edit_string_fit_width(made, display_width);
+    edit_string_fit_width(made, std::max(display_width, time_code_length));
     set_time_range(made, minimum, maximum);
     made->accepted = accept_time;
     made->value = within(made, value);

@@ -17,7 +17,7 @@ namespace toolkit {
 
 // A frame, shown and typed as SMPTE time code or as a count, by the process's display mode. What
 // is no frame, or outside the range, restores the last value.
-//   display_width  characters that the field has room for
+//   display_width  characters that the field has room for; a time code has room in any
 [[nodiscard]] demon *addTimeWidget(demon *parent, int x, int y, int width, int height,
                                    float minimum, float maximum, float value, int display_width,
                                    widget_function function, word argument);

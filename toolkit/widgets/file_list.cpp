@@ -1,8 +1,6 @@
 #include "toolkit/widgets/file_list.h"
 
-#include "platform/gl/queue.h"
 #include "toolkit/demons/window_demons.h"
-#include "toolkit/events/event_input.h"
 
 #include <algorithm>
 #include <utility>
@@ -104,7 +102,7 @@ void press_list(control *d, screen_point at) {
     demon_keyboard_client_message(self, self);
     if (kept.get() == nullptr)
         return;
-    if (gl_inq_b1_down() == answer_no && gl::qtest() == gl::NULLDEV)
+    if (has_missed_release())
         let_go_control(self); // a question came between
     if (in_box(bar_of(self), at))
         press_bar(self, at);

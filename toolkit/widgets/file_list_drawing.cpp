@@ -1,4 +1,5 @@
 // What the list of a file tool looks like.
+#include "platform/fonts/utf8.h"
 #include "toolkit/demons/box_text.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/drawing.h"
@@ -22,16 +23,6 @@ constexpr int icon_height = 10;
 constexpr std::string_view ellipsis = "\xE2\x80\xA6";
 constexpr std::size_t kept_end = 12; // bytes of a name that is cut: number and extension
 
-int width_of(int slot, std::string_view text) {
-    text_size size;
-    return gl_inquire_fm_font_size(text, &size, slot);
-}
-
-bool is_inside_character(char c) {
-    constexpr unsigned top_bits = 0xC0U, continuation = 0x80U;
-    return (static_cast<unsigned char>(c) & top_bits) == continuation;
-}
-
 // ---- columns
 
 // Pixels; without width: left out.
@@ -41,8 +32,8 @@ struct columns {
 };
 
 columns columns_of(const screen_box &row) {
-    columns found = {width_of(column_slot, "1000 MB") + column_gap,
-                     width_of(column_slot, "30 Nov 00:00") + column_gap};
+    columns found = {gl_inq_text_width(column_slot, "1000 MB") + column_gap,
+                     gl_inq_text_width(column_slot, "30 Nov 00:00") + column_gap};
     if (row.width - found.size - found.time < least_name)
         found.time = 0;
     if (row.width - found.size < least_name)
@@ -53,7 +44,7 @@ columns columns_of(const screen_box &row) {
 // A text whose end is at x.
 void draw_ending_at(int x, const screen_box &row, int slot, std::string_view text, look state) {
     const int y = row.y + (row.height - gl_inq_font_y_extent(slot)) / 2;
-    draw_text(x - width_of(slot, text), y, slot, text, state);
+    draw_text(x - gl_inq_text_width(slot, text), y, slot, text, state);
 }
 
 // ---- icons
@@ -153,20 +144,21 @@ void draw_bar(const file_list *self) {
 } // namespace
 
 std::string fit_name(int slot, std::string_view name, int width) {
-    if (width_of(slot, name) <= width)
+    if (gl_inq_text_width(slot, name) <= width)
         return std::string(name);
     std::size_t end = name.size() - std::min(kept_end, name.size() / 2);
-    while (end < name.size() && is_inside_character(name[end]))
+    while (end < name.size() && fm::is_continuation(name[end]))
         ++end;
-    const int room = width - width_of(slot, ellipsis) - width_of(slot, name.substr(end));
+    const int room =
+        width - gl_inq_text_width(slot, ellipsis) - gl_inq_text_width(slot, name.substr(end));
     if (room <= 0)
         return fit_text(slot, name, width);
     std::size_t fits = 0, over = end; // so many bytes do, and do not
     while (over - fits > 1) {
         const std::size_t middle = fits + (over - fits) / 2;
-        (width_of(slot, name.substr(0, middle)) <= room ? fits : over) = middle;
+        (gl_inq_text_width(slot, name.substr(0, middle)) <= room ? fits : over) = middle;
     }
-    while (fits > 0 && is_inside_character(name[fits]))
+    while (fits > 0 && fm::is_continuation(name[fits]))
         --fits;
     return std::string(name.substr(0, fits)).append(ellipsis).append(name.substr(end));
 }

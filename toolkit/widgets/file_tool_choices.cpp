@@ -6,12 +6,6 @@ namespace toolkit {
 
 namespace {
 
-demon *make_directory_demon(const file_tool_settings &settings) {
-    return create_directory_demon(nullptr, settings);
-}
-
-file_tool_maker make_file_tool = make_directory_demon;
-
 // Files are not part of what help explains.
 class help_off {
 public:
@@ -83,10 +77,6 @@ iris_window_demon *make_tool_window(demon *tool, const file_tool_settings &setti
 
 } // namespace
 
-void set_file_tool_maker(file_tool_maker maker) {
-    make_file_tool = maker;
-}
-
 demon *addFileToolPullDownChoice(demon *pulldown, demon *previous, const char *label,
                                  bool separator, int key, std::uint32_t modifiers,
                                  const char *key_text, word help_id, bool active, demon **result,
@@ -97,7 +87,7 @@ demon *addFileToolPullDownChoice(demon *pulldown, demon *previous, const char *l
         *result = nullptr;
     if (as_pulldown(pulldown) == nullptr)
         return nullptr;
-    demon *made = make_file_tool != nullptr ? make_file_tool(tool) : nullptr;
+    demon *made = create_directory_demon(nullptr, tool);
     iris_window_demon *window = nullptr;
     if (made != nullptr) {
         reuseHelpWidget(made, " help for file tool ");

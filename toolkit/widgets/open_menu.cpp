@@ -310,20 +310,12 @@ void pass_move(const demon_message &m) {
         send_demon_message(god, nullptr, passed);
 }
 
-demon *window_of_pointer() {
-    const demon *god = inq_demon_god();
-    return god != nullptr ? god->box_in_child : nullptr;
-}
-
 void pulldown_god_loc_move(demon *, object *, demon_message *m) {
     const demon_message move = *m;
     if (menu.phase != menu_phase::open) {
         pass_move(move);
     } else if (pulldown_at(move.point) != nullptr || is_in_bar(move.point)) {
-        const demon *before = window_of_pointer();
         pass_move(move);
-        if (menu.phase == menu_phase::open && window_of_pointer() != before)
-            pass_move(move); // who has just come into a window is told what it is over there
     } else {
         forget_pointer_path();
     }

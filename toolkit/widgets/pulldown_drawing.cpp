@@ -184,7 +184,7 @@ void draw_pulldown(display_object *self) {
 void draw_pulldown_switch(display_object *self) {
     const auto &s = *static_cast<pulldown_switch *>(self);
     const look state = look_of_switch(s, is_menu_open_at(&s));
-    const screen_box face = part(s.box.x, s.box.y + 3, s.box.width, s.box.height - 5);
+    const screen_box face = part(s.box.x, s.box.y + 2, s.box.width, s.box.height - 5);
     if (s.style == switch_style::bevelled)
         paint_button(face, state);
     else
@@ -205,11 +205,10 @@ void draw_pulldown_switch(display_object *self) {
 // ---- bars
 
 void draw_menu_bar(display_object *self) {
-    gl_fill_box(self->box, colour_face);
+    const screen_box &box = self->box;
+    gl_outline_fill_box(box, colour_face, colour_drawing); // in one with the window's
     gl_set_draw_value(bevel_block_first + bevel_light);
-    gl_draw_line(self->box.x, top_of(self->box), right_of(self->box), top_of(self->box));
-    gl_set_draw_value(colour_drawing);
-    gl_draw_line(self->box.x, self->box.y, right_of(self->box), self->box.y);
+    gl_draw_line(box.x + 1, top_of(box) - 1, right_of(box) - 1, top_of(box) - 1);
 }
 
 void erase_menu_bar(display_object *self) {

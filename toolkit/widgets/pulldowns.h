@@ -187,11 +187,6 @@ struct file_tool_settings {
                                               // with its path behind; null: nobody asks
 };
 
-// Makes the directory demon, in no list: at first create_directory_demon (directory_demon.h). Null:
-// no file tools.
-using file_tool_maker = demon *(*)(const file_tool_settings &settings);
-void set_file_tool_maker(file_tool_maker maker);
-
 // Adds a command that opens a file tool in a window of its own, titled "File Tool", which closing
 // pushes; the window goes with the choice. The window hands values that it is given on to the
 // directory demon. Returns the directory demon; null when none could be made: then the choice is

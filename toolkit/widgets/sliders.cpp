@@ -107,8 +107,10 @@ void draw_slider(display_object *d) {
     auto *self = static_cast<slider *>(d);
     const look state = look_of_control(self);
     gl_fill_box(self->box, ground_of(self));
-    gl_outline_fill_box(trough_of(self), colour_well,
-                        state == look::disabled ? colour_dark_gray : colour_drawing);
+    if (state == look::disabled)
+        gl_outline_fill_box(trough_of(self), colour_face, colour_dark_gray);
+    else
+        gl_outline_fill_box(trough_of(self), colour_well, colour_drawing);
     const screen_box knob = knob_of(self);
     paint_button(knob, state);
     draw_ridge(self, knob, state);

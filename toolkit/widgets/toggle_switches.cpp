@@ -18,9 +18,9 @@ screen_box lamp_of(const screen_box &box) {
 }
 
 int lamp_colour(bool is_on, look state) {
-    if (!is_on)
-        return colour_well;
-    return state == look::disabled ? colour_medium_gray : colour_accent;
+    if (state == look::disabled)
+        return is_on ? colour_medium_gray : colour_face;
+    return is_on ? colour_accent : colour_well;
 }
 
 void draw_switch(display_object *d) {

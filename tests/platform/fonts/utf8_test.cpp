@@ -49,6 +49,21 @@ TEST(utf8, valid_text_is_read_and_other_bytes_are_replaced_one_by_one) {
         EXPECT_EQ(letters_of(c.bytes), c.letters) << testing::PrintToString(c.bytes);
 }
 
+TEST(utf8, letters_of_latin_1_are_written_as_they_are_read) {
+    const auto is_later_byte_marked = [](const std::string &letter) {
+        return fm::is_continuation(letter.back()) == (letter.size() > 1);
+    };
+    for (int code = ' '; code <= 255; code++) {
+        const std::string letter = fm::latin_letter(code);
+        EXPECT_EQ(letter.size(), code < 128 ? 1U : 2U);
+        EXPECT_FALSE(fm::is_continuation(letter.front()));
+        EXPECT_TRUE(is_later_byte_marked(letter));
+        const bool is_seen = code < 127 || code >= 160;
+        EXPECT_EQ(letters_of(letter),
+                  std::u32string(1, is_seen ? static_cast<char32_t>(code) : 0xFFFD));
+    }
+}
+
 TEST(utf8, any_bytes_come_to_an_end_with_codes_that_exist) {
     std::mt19937 random(3);
     for (int i = 0; i < 20000; i++) {

@@ -53,6 +53,11 @@ TEST_F(gl_windows, open_where_they_are_asked_to) {
     EXPECT_EQ(gl::winget(), dialog);
     gl::winset(999);
     EXPECT_EQ(gl::winget(), dialog);
+    gl::windialog(w);
+    gl::windialog(0); // taken back
+    const int plain = gl::winopen("plain");
+    EXPECT_EQ(memory::facts(newest()).kind, display::window_kind::normal);
+    gl::winclose(plain);
     gl::winclose(dialog);
     EXPECT_EQ(gl::winget(), 0);
     fill(1, 0, 0, 10, 10); // no current window: nothing happens

@@ -71,6 +71,8 @@ TEST_F(demons, the_pointer_is_tracked_from_demon_to_demon) {
         {{125, 225}, "root. a. a- i< i.", a, inner},
         {{165, 215}, "root. a> i> b<", b, nullptr},
         {{166, 215}, "root. b.", b, nullptr},
+        {{125, 225}, "root. b> a< a+ a. a- i< i.", a, inner}, // all that it is in, by one move
+        {{165, 215}, "root. a> i> b<", b, nullptr},
         {{105, 205}, "root. b> root+", nullptr, nullptr},
     };
     for (const auto &s : steps) {

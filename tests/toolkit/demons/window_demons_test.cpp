@@ -152,7 +152,7 @@ TEST_F(window_demons, the_pointer_is_in_the_window_that_is_seen) {
     EXPECT_EQ(gl_get_win(), below->window);
     EXPECT_EQ(after([] { point_at(125, 225); }), "AKb") << "the kid is there, but covered";
     EXPECT_EQ(after([&] { demon_pop_message(below); }), "") << "raised";
-    EXPECT_EQ(after([] { point_at(125, 226), point_at(125, 225); }), "Bak");
+    EXPECT_EQ(after([] { point_at(125, 225); }), "Bak") << "what is in it, by the same move";
     happen(display::event_kind::iconify, on_display(below));
     EXPECT_EQ(after([] { point_at(125, 225); }), "AKb");
     lock_me(below);

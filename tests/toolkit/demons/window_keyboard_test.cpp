@@ -117,4 +117,39 @@ TEST_F(keyboard_windows, who_is_told_may_do_anything) {
     EXPECT_EQ(windows_open(), 0U);
 }
 
+// The desktop gives the keyboard to one window, wherever the pointer is.
+TEST_F(keyboard_windows, keys_come_to_the_window_that_the_desktop_has_chosen) {
+    iris_window_demon *other = make_shown(kind::popped, 500, 500);
+    iris_window_demon *frameless =
+        create_iris_window_demon_popped(nullptr, 800, 500, 200, 100, nullptr, nullptr, 0);
+    other->on.keystroke = note<'o', demon_generic>;
+    frameless->on.keystroke = note<'f', demon_generic>;
+    const display::window_id here = on_display(window), there = on_display(other);
+    using enum display::event_kind;
+    const struct {
+        const char *name;
+        std::function<void()> what;
+        const char *heard;
+        demon *client;
+    } steps[] = {
+        {"nobody has said", [] {}, "ax", a},
+        {"to the other one", [&] { happen(focus_in, there); }, "o", nullptr},
+        {"and back", [&] { happen(focus_in, here); }, "ax", a},
+        {"the pointer goes elsewhere", [] { point_at(550, 550); }, "ax", a},
+        {"to another program", [&] { happen(focus_out, here); }, "o", nullptr},
+        {"back", [&] { happen(focus_in, here); }, "ax", a},
+        {"the pointer goes into a window without frame", [] { point_at(850, 550); }, "f", nullptr},
+        {"and out", [] { point_at(550, 550); }, "ax", a},
+        {"it takes no input", [&] { demon_enable_input_message(window, false); }, "", a},
+        {"it is closed", [&] { demon_push_message(window); }, "o", nullptr},
+    };
+    point_at(251, 251); // in b
+    give(a, a);
+    for (const auto &step : steps) {
+        step.what();
+        EXPECT_EQ(typed(), step.heard) << step.name;
+        EXPECT_EQ(inq_key_client(), step.client) << step.name;
+    }
+}
+
 } // namespace toolkit

@@ -173,6 +173,49 @@ TEST_F(dialogs_fixture, only_the_dialog_reacts) {
     remove_keystroke_alias('n', 0);
 }
 
+TEST_F(dialogs_fixture, windows_behind_a_dialog_are_not_closed_by_their_frames) {
+    const auto shut = [](const demon *d, gl::device by = gl::WINSHUT) {
+        gl::qenter(by, static_cast<short>(gl_get_window_record(d->window)->gl_window));
+    };
+    const auto see = [](std::size_t count, const char *title) {
+        EXPECT_EQ(windows_open(), count);
+        EXPECT_EQ(display::memory::facts(display::memory::windows().back()).title, title);
+    };
+    then([&] {
+        see(2, "Question");
+        shut(window);
+    });
+    then([&] {
+        see(2, "Question");
+        message("inner");
+    });
+    then([&] {
+        see(3, "Message");
+        shut(window), shut(dialog("outer"));
+    });
+    then([&] {
+        see(3, "Message");
+        shut(dialog("inner"));
+    });
+    then([&] {
+        see(2, "Question");
+        shut(dialog("outer"));
+    });
+    EXPECT_EQ(ask_yes_no("outer"), answer_no);
+    EXPECT_EQ(noted, "");
+    const demon *other = addWindow(800, 200, 100, 100, "other", note, 'o');
+    then([&] {
+        shut(window);
+        shut(other, gl::WINQUIT);
+    });
+    then([] { EXPECT_EQ(noted, "o") << "the program is asked to end"; });
+    confirm();
+    message("a");
+    shut(window);
+    EXPECT_EQ(dispatch_check_event(-1), 0);
+    EXPECT_EQ(noted, "o!") << "the dialog is gone";
+}
+
 TEST_F(dialogs_fixture, dialogs_nest_and_end_from_outside_in) {
     then([&] {
         EXPECT_EQ(ask("inner", 300, 300), dialog_yes);

@@ -223,7 +223,7 @@ TEST_F(event_input_test, arrow_keys_move_the_cursor) {
 
 TEST_F(event_input_test, editing_keys_are_delivered_to_who_takes_them) {
     static bool wanted;
-    set_editing_key_question([] { return wanted; });
+    set_editing_key_question([](std::int16_t) { return wanted; });
     struct {
         gl::device key;
         std::int16_t taken, else_typed;
@@ -288,6 +288,11 @@ TEST_F(event_input_test, window_events_call_the_installed_functions) {
     set_window_calls({log_refresh, log_freeze, log_thaw, log_close});
     enter_all();
     EXPECT_EQ(window_log, "refresh 528\nfreeze 539\nthaw 540\nclose 542\nclose 546\n");
+    window_log.clear();
+    set_close_question([](int window) { return window != gl::WINSHUT; });
+    enter_all();
+    set_close_question(nullptr);
+    EXPECT_EQ(window_log, "refresh 528\nfreeze 539\nthaw 540\nclose 542\n");
 }
 
 TEST_F(event_input_test, overflow_is_reported) {

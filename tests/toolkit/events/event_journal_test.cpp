@@ -1,5 +1,6 @@
 #include "tests/toolkit/events/input_fixture.h"
 
+#include "toolkit/events/input_window.h"
 #include "toolkit/events/key_table.h"
 
 #include <string>
@@ -105,6 +106,42 @@ TEST_F(event_journal_test, session_is_recorded_and_played_back) {
     EXPECT_EQ(play(), recorded);
     EXPECT_EQ(play_file, nullptr);
     EXPECT_EQ(text_of(record_file), text);
+}
+
+// Where keys go is part of what was recorded, whenever the news of it came.
+TEST_F(event_journal_test, the_window_with_the_keyboard_is_recorded_before_keys) {
+    enter(gl::INPUTCHANGE, 4);
+    start_recording();
+    begin_journal_input();
+    EXPECT_EQ(inq_input_window(), 4);
+    enter(gl::QKEY, 1);
+    enter(gl::INPUTCHANGE, 5);
+    record_switch = 0;
+    enter(gl::INPUTCHANGE, 6);
+    record_switch = 1;
+    enter(gl::QKEY, 0);
+    enter(gl::QKEY, 1);
+    const std::string text = text_of(record_file);
+    EXPECT_EQ(text, "534 640 512 4\t\t//INPUTCHANGE\n"
+                    "10 640 512 1\t\t//q\n"
+                    "534 640 512 5\t\t//INPUTCHANGE\n"
+                    "534 640 512 6\t\t//INPUTCHANGE\n"
+                    "10 640 512 0\t\t//q\n"
+                    "10 640 512 1\t\t//q\n");
+
+    std::fclose(record_file);
+    start_recording();
+    start_playing(text);
+    begin_journal_input();
+    std::vector<int> windows = {inq_input_window()};
+    for (int i = 0; i < 6; ++i) {
+        read();
+        windows.push_back(inq_input_window());
+    }
+    EXPECT_EQ(windows, (std::vector<int>{0, 4, 4, 5, 6, 6, 6}));
+    EXPECT_EQ(text_of(record_file), text);
+    read(); // the end
+    EXPECT_EQ(inq_input_window(), 0) << "the display was not listened to";
 }
 
 TEST_F(event_journal_test, held_keys_and_buttons_follow_the_lines) {

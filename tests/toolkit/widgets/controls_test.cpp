@@ -154,14 +154,34 @@ TEST_F(controls_test, act_when_let_go_over_them) {
 // within a call that changes the value.
 TEST_F(controls_test, functions_may_destroy_anything) {
     static demon_ref target, panel, top;
+    const struct {
+        const char *name;
+        std::function<void()> use;
+        bool sliders_alone;
+    } ways[] = {
+        {"click", [&] { click(inside_x, inside_y), run(); }, false},
+        {"value", [&] { setWidgetValue(target.get(), number_of(target.get()) == 0 ? 1 : 0); },
+         false},
+        {"wheel", [&] { move(inside_x, inside_y), wheel(display::wheel_up), run(); }, true},
+        {"drag",
+         [&] {
+             move(place.x + 56, inside_y); // the knob
+             press();
+             move(outside_x, outside_y);
+             release(), run();
+         },
+         true},
+    };
     using action = void (*)();
     for (const action end :
          {+[] { destroyWidget(target.get()); }, +[] { destroyWidget(panel.get()); },
           +[] { destroyWidget(top.get()); }, +[] { pushWidget(top.get()); },
           +[] { gl_win_close(top.get()->window); }, +[] { system_terminate(); }})
         for (const clicked_kind &kind : kinds)
-            for (const bool by_hand : {true, false}) {
-                SCOPED_TRACE(kind.name);
+            for (const auto &way : ways) {
+                if (way.sliders_alone && kind.name != std::string_view("slider"))
+                    continue;
+                SCOPED_TRACE(testing::Message() << kind.name << " " << way.name);
                 open_window();
                 demon *holder = create_demon(nullptr, 400, 300, nullptr);
                 positionWidgetRel(holder, window, 0, 0);
@@ -173,13 +193,11 @@ TEST_F(controls_test, functions_may_destroy_anything) {
                 top = refer_to_demon(window);
                 noted.clear();
                 also = end;
-                if (by_hand)
-                    click(inside_x, inside_y), run();
-                else
-                    setWidgetValue(d, number_of(d) == 0 ? 1 : 0);
+                way.use();
                 const bool has_value = kind.name != std::string_view("button") &&
                                        kind.name != std::string_view("picture button");
-                EXPECT_EQ(noted.substr(0, 1), by_hand || has_value ? "b" : "");
+                const bool is_told = has_value || way.name != std::string_view("value");
+                EXPECT_EQ(noted.substr(0, 1), is_told ? "b" : "");
                 EXPECT_EQ(inq_event_filters(), 0U);
                 also = nullptr;
                 destroyWidget(top.get());

@@ -351,14 +351,24 @@ TEST_F(file_tool, callbacks_may_destroy_it) {
              move_to(tool->box.x + 3, tool->box.y + 3);
          }},
     };
+    const std::function<void()> ends[] = {
+        [&] { destroyWidget(tool); },
+        [&] { iris_demon_destroy(getTopWidget(tool), nullptr, nullptr); },
+        [&] { deletePullDownChoice(std::exchange(choice, nullptr)); },
+    };
     answer = answer_yes;
-    for (const auto &row : rows) {
-        open(row.is_saving, nullptr);
-        also = [&] { deletePullDownChoice(std::exchange(choice, nullptr)); };
-        row.hands();
-        EXPECT_EQ(kept.get(), nullptr) << &row - rows;
-        run();
-    }
+    for (const auto &end : ends)
+        for (const auto &row : rows) {
+            const bool is_last = &end == std::end(ends) - 1 && &row == std::end(rows) - 1;
+            const bool takes_folder = &row == std::end(rows) - 1;
+            if (takes_folder && !is_last)
+                continue; // it is needed yet
+            open(row.is_saving, nullptr);
+            also = end;
+            row.hands();
+            EXPECT_EQ(kept.get(), nullptr) << &end - ends << " " << &row - rows;
+            run();
+        }
 }
 
 } // namespace

@@ -200,18 +200,30 @@ TEST_F(open_menus, functions_may_destroy_their_menu) {
         {"window", [&](demon *) { destroyWidget(window); }},
         {"loop", [&](demon *) { run(); }}, // a dialog's
     };
+    struct {
+        const char *label, *way_there;
+        int ways; // by hand, by key, by the program in two ways
+    } const kinds[] = {{"Loop", "Play press Rate>", 4},
+                       {"Buffer", "Play press Rate>", 4},
+                       {"Film", "Play press Rate>", 4},
+                       {"Open", "File press", 2},
+                       {"Sizes", "File press", 2}};
     for (const auto &end : ends)
-        for (const char *label : {"Loop", "Buffer", "Film"})
-            for (const int way : {0, 1, 2, 3}) {
-                SCOPED_TRACE(testing::Message() << end.name << " " << label << " " << way);
+        for (const auto &kind : kinds)
+            for (int way = 0; way < kind.ways; ++way) {
+                SCOPED_TRACE(testing::Message() << end.name << " " << kind.label << " " << way);
                 fill_bar();
-                pulldown_choice *choice = find_choice(label);
+                demon *sizes = addSubPullDown();
+                add(sizes, "Small");
+                addPullDownChoice(file, nullptr, "Sizes", false, pulldown_kind::cascade, 0, 0,
+                                  nullptr, note_call, 20, sizes, false, true);
+                pulldown_choice *choice = find_choice(kind.label);
                 choice->show_in_switch = demon_on;
                 also = [&] {
                     EXPECT_EQ(popups(), 0U) << "closed before the function is called";
                     end.what(choice);
                 };
-                const std::string open = std::string("Play press Rate> ") + label;
+                const std::string open = std::string(kind.way_there) + " " + kind.label;
                 if (way == 0)
                     act(open + " release");
                 else if (way == 1)

@@ -1,5 +1,6 @@
 // What menus are made of: rows, sizes, values, owners.
 #include "tests/toolkit/widgets/menu_fixture.h"
+#include "toolkit/widgets/directory_demon.h"
 
 namespace toolkit {
 
@@ -199,29 +200,16 @@ TEST_F(pulldowns, help_hooks_are_told_where_the_pointer_is) {
     setWidgetHelpClearFunction(nullptr);
 }
 
-demon *tool_made = nullptr;
-
 TEST_F(pulldowns, a_file_tool_opens_in_a_window_of_its_own) {
     demon *menu = addPullDown(bar, "Menu", 0);
     const file_tool_settings settings = {.x = 300, .y = 300, .width = 200, .height = 150};
     demon *choice = menu;
-    const auto add_tool = [&] {
-        return addFileToolPullDownChoice(menu, nullptr, "Open...", false, 'o', alias_ctrl, "Ctrl+O",
-                                         60, true, &choice, settings);
-    };
-    set_file_tool_maker(nullptr);
-    EXPECT_EQ(add_tool(), nullptr);
-    EXPECT_EQ(as_pulldown_choice(choice)->active, 0);
-    set_file_tool_maker([](const file_tool_settings &s) -> demon * {
-        std::uint16_t help = 1;
-        getHelp(&help);
-        EXPECT_EQ(help, 0) << "off meanwhile";
-        return tool_made = create_generic_demon(nullptr, s.width, s.height, nullptr);
-    });
     setHelp(1);
-    EXPECT_EQ(add_tool(), tool_made);
-    const demon_ref tool = refer_to_demon(tool_made);
+    const demon_ref tool = refer_to_demon(addFileToolPullDownChoice(
+        menu, nullptr, "Open...", false, 'o', alias_ctrl, "Ctrl+O", 60, true, &choice, settings));
+    EXPECT_NE(as_directory_demon(tool.get()), nullptr);
     EXPECT_EQ(as_pulldown_choice(choice)->help_id, 60);
+    EXPECT_EQ(as_pulldown_choice(choice)->active, demon_on);
     std::uint16_t help = 0;
     getHelp(&help);
     EXPECT_EQ(help, 1);
@@ -239,7 +227,6 @@ TEST_F(pulldowns, a_file_tool_opens_in_a_window_of_its_own) {
     }
     deletePullDownChoice(choice);
     EXPECT_EQ(tool.get(), nullptr);
-    set_file_tool_maker(nullptr);
 }
 
 } // namespace

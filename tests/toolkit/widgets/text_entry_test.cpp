@@ -387,17 +387,30 @@ TEST_F(text_entry, who_is_told_may_destroy_anything) {
     } rows[] = {{"enter", on_leave_accept, true},
                 {"leaving", on_leave_accept, false},
                 {"asked", on_leave_ask, false}};
-    for (const auto &row : rows)
+    const struct {
+        const char *name;
+        demon *(*add)(demon *scene);
+    } kinds[] = {
+        {"value",
+         [](demon *s) { return addValueWidget(s, 10, 10, 200, 24, "", 5, 0, 0, note, 'f'); }},
+        {"string",
+         [](demon *s) { return addStringWidget(s, 10, 10, 200, 24, "", "5", note, 'f'); }},
+        {"time",
+         [](demon *s) { return addTimeWidget(s, 10, 10, 200, 24, 0, 99, 5, 8, note, 'f'); }},
+    };
+    set_smpte_display_cells();
+    for (std::size_t i = 0; i < std::size(rows) * std::size(kinds); ++i)
         for (const victim which : {victim::field, victim::other, victim::scene}) {
-            SCOPED_TRACE(testing::Message() << row.how << static_cast<int>(which));
+            const auto &row = rows[i / std::size(kinds)];
+            const auto &kind = kinds[i % std::size(kinds)];
+            SCOPED_TRACE(testing::Message() << kind.name << row.how << static_cast<int>(which));
             demon *scene = addWindow(100, 600, 300, 200, "scene", nullptr, 0);
-            demon *field = addValueWidget(scene, 10, 10, 200, 24, "", 5, 0, 0, note, 'f');
+            demon *field = kind.add(scene);
             demon *other = addStringWidget(scene, 10, 50, 200, 24, "", "", note, 'o');
             drawWidget(scene);
             const demon_ref kept = refer_to_demon(scene);
             demon *gone = which == victim::field ? field : which == victim::other ? other : scene;
-            auto *self = static_cast<edit_value_demon *>(field);
-            self->on_leave = row.policy;
+            static_cast<edit_string_demon *>(field)->on_leave = row.policy;
             const auto kill = [gone] { demon_destroy_message(gone); };
             (row.policy == on_leave_ask ? while_asked : also) = kill;
             answer = answer_yes;

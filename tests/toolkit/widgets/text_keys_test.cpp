@@ -114,6 +114,37 @@ TEST_F(text_entry, a_press_elsewhere_in_the_window_ends_typing) {
     }
 }
 
+// Press, moves and release wait already when the press is taken.
+TEST_F(text_entry, hands_may_be_faster_than_the_program) {
+    static int released;
+    setWidgetB1UpFunction([](word) { ++released; });
+    const int left = name->box.x - window_box.x + 6, y = 20;
+    const struct {
+        int to_x;
+        const char *selected;
+        std::int32_t cursor;
+    } rows[] = {{left, "", 0}, {350, "one two", 7}, {left, "", 0}};
+    for (const auto &row : rows) {
+        released = 0;
+        after([&] {
+            move(left, y), rest();
+            const std::int64_t usual = std::exchange(step_us, 0);
+            press();
+            if (row.to_x != left)
+                move(row.to_x, y);
+            release();
+            step_us = usual;
+        });
+        EXPECT_EQ(holder(), name);
+        EXPECT_EQ(name->line.cursor, row.cursor);
+        EXPECT_EQ(selected_text(name->line), row.selected);
+        EXPECT_EQ(released, 1);
+        EXPECT_EQ(inq_event_filters(), 0U);
+        after([&] { rest(), type("\x1b"); });
+    }
+    setWidgetB1UpFunction(nullptr);
+}
+
 TEST_F(text_entry, texts_of_other_programs_are_pasted_when_they_come) {
     const auto paste = [&] { rest(), enter_name(), tap('a', ctrl), tap('v', ctrl); };
     const std::pair<std::string_view, const char *> rows[] = {

@@ -28,7 +28,6 @@ namespace toolkit {
 class widgets_fixture : public testing::Test {
 protected:
     static constexpr int screen_height = 1024;
-    static constexpr std::int64_t step_us = 50'000;
     static constexpr screen_box window_box = {100, 200, 400, 300};
 
     // What functions of widgets have noted, in order; and what the next one does besides.
@@ -146,6 +145,7 @@ protected:
     display::window_id on_display = 0;
     screen_point at;
     std::int64_t due_us = 0;
+    std::int64_t step_us = 50'000; // between what the hands do
 };
 
 } // namespace toolkit

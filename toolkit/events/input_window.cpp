@@ -1,0 +1,43 @@
+#include "toolkit/events/input_window.h"
+
+#include "toolkit/events/event_journal.h"
+
+namespace toolkit {
+
+namespace {
+
+struct window_state {
+    int now = 0;
+    int recorded = 0; // the last one that the record has told of
+};
+window_state state;
+
+} // namespace
+
+int inq_input_window() {
+    return state.now;
+}
+
+void set_input_window(int window) {
+    state.now = window;
+}
+
+void begin_journal_input() {
+    state.recorded = 0;
+    if (play_switch != 0)
+        state.now = 0;
+}
+
+void forget_input_window() {
+    state = {};
+}
+
+bool is_input_window_unrecorded() {
+    return state.recorded != state.now;
+}
+
+void note_recorded_window(int window) {
+    state.recorded = window;
+}
+
+} // namespace toolkit
