@@ -4,16 +4,14 @@
 //   example_files [-r FILE] [-p FILE]    records the input to a journal, plays one
 #include "examples/gallery.h"
 #include "toolkit/demons/dispatch.h"
+#include "toolkit/dialogs/dialogs.h"
 #include "toolkit/system.h"
-#include "toolkit/widgets/edit_string.h"
 #include "toolkit/widgets/widgets.h"
-
-#include <cstdio>
 
 int main(int argc, char **argv) {
     using namespace toolkit;
     system_init();
-    set_field_dialogs({.message = [](const char *text) { std::fprintf(stderr, "%s\n", text); }});
+    init_dialogs();
     const screen_box &box = gallery::files_window;
     demon *window = addWindow(
         box.x, box.y, box.width, box.height, gallery::files_title, [](word) { quit_dispatch(); },

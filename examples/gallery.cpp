@@ -6,10 +6,12 @@
 // Escape or closing the window "Gallery" ends it.
 #include "examples/gallery.h"
 #include "toolkit/demons/dispatch.h"
+#include "toolkit/dialogs/dialogs.h"
 #include "toolkit/system.h"
 
 int main(int argc, char **argv) {
     toolkit::system_init();
+    toolkit::init_dialogs();
     gallery::open_windows();
     toolkit::dispatch_play_record(argc, argv);
     return 0;

@@ -104,7 +104,7 @@ void add_controls(demon *window) {
     keep(addToggleSwitch(window, 108, 302, 88, 26, "Switch", 0, tell_use, to_word("Switch")));
     shown.enabled = addToggleSwitch(window, 204, 302, 88, 26, "Enabled", 1, enable_all, 0);
     add_transport(window, 12, 232);
-    keep(addSlider(window, 274, 196, 16, 92, 0, 10, 4, tell_use, to_word("Upright slider")));
+    keep(addSlider(window, 276, 196, 16, 92, 0, 10, 4, tell_use, to_word("Upright slider")));
     shown.slider = addSlider(window, 12, 208, 250, 12, 0, 99, 30, tell_number, 0);
     keep(shown.slider);
     keep(addOneOf(window, 12, 162, 280, 26, rates, 1, tell_use, to_word("One of three")));

@@ -12,6 +12,7 @@
 #include "toolkit/objects/object_names.h"
 
 #include <array>
+#include <utility>
 
 namespace gallery {
 
@@ -157,6 +158,14 @@ void release(demon *self, object *, demon_message *) {
         let_go(chip);
 }
 
+// Its window may be closed while it is held.
+void destroy(demon *self, object *sender, demon_message *m) {
+    auto *chip = static_cast<handle *>(self);
+    if (std::exchange(chip->is_held, false))
+        pop_event_filter();
+    demon_destroy(self, sender, m);
+}
+
 void add_chip(demon *shelf, std::size_t number, int slot) {
     handle *chip = add_handle(shelf, {0, 0, chip_width, chip_height}, draw_chip);
     const screen_point at = slot_place(shelf, slot);
@@ -166,6 +175,7 @@ void add_chip(demon *shelf, std::size_t number, int slot) {
     act_on_press(chip, press);
     chip->on.b1_up = release;
     chip->on.loc_move = move;
+    chip->on.destroy = destroy;
     if (number == 0)
         name_demon(name_chip, chip);
 }

@@ -1,7 +1,6 @@
 // The gallery's windows, and what ends it.
 #include "examples/gallery.h"
 
-#include "toolkit/demons/demon_pointer.h"
 #include "toolkit/demons/demon_tree.h"
 #include "toolkit/demons/dispatch.h"
 #include "toolkit/events/key_table.h"
@@ -20,7 +19,7 @@ void end_at_escape(demon *self, object *sender, demon_message *m) {
     if (m->key == escape_character)
         quit_dispatch();
     else
-        demon_generic(self, sender, m);
+        pass_key_to_window(self, sender, m);
 }
 
 word end_with_window(word, callback *) {

@@ -1,9 +1,13 @@
-// Journals of menus and of text editing: what hands do there plays to the same values and pictures,
-// now and from the journals of another day that are kept with this test.
+// Journals of menus, of text editing and of choosing files: what hands do there plays to the same
+// values and pictures, now and from the journals of another day that are kept with this test.
 #include "tests/examples/gallery_fixture.h"
+#include "toolkit/dialogs/dialogs.h"
 #include "toolkit/text/smpte.h"
+#include "toolkit/widgets/directory_demon.h"
+#include "toolkit/widgets/file_list.h"
 #include "toolkit/widgets/pulldowns.h"
 
+#include <fstream>
 #include <functional>
 #include <string>
 #include <utility>
@@ -20,15 +24,22 @@ class pages_test : public gallery_fixture {
 protected:
     static constexpr int ctrl = display::key_control_left, shift = display::key_shift_left;
 
-    // Ctrl+Q, a shortcut of the menus, ends every run.
+    // What stands beside the menus, of which a shortcut, Ctrl+Q, ends every run.
+    bool with_files = false;
+
     void begin() {
         open_display(
             [] {
                 set_smpte_display_smpte();
                 open(menus_window, menus_title, add_menus);
-                open(fields_window, fields_title, add_fields);
             },
             note_outcome);
+        if (with_files) {
+            init_dialogs();
+            open(files_window, files_title, add_files);
+        } else {
+            open(fields_window, fields_title, add_fields);
+        }
         at = {4, 4};
     }
     page_outcome run(const std::function<void()> &hands, const std::string &journal) {
@@ -69,6 +80,16 @@ protected:
         return {};
     }
 
+    static directory_demon *tool(bool is_saving) {
+        for (set_walk walk(Directory_Demon_Set); object *o = walk.next();)
+            if (auto *each = static_cast<directory_demon *>(o); each->is_saving == is_saving)
+                return each;
+        return nullptr;
+    }
+    static screen_point middle_of(const screen_box &box) {
+        return {clamp_16(box.x + box.width / 2), clamp_16(box.y + box.height / 2)};
+    }
+
 private:
     static inline page_outcome last;
 
@@ -82,9 +103,19 @@ private:
         getWidgetValue(find(name), &value);
         last.values += std::string(value.text) + "\n";
     }
+    static void note_files() {
+        for (const bool is_saving : {false, true}) {
+            widget_value value;
+            getWidgetValue(tool(is_saving), &value);
+            last.values += std::string(value.text) + "\n";
+        }
+        last.pictures = take_pictures();
+    }
     static void note_outcome() {
         last = {};
-        if (find(name_menu_bar) != nullptr) {
+        if (tool(false) != nullptr) {
+            note_files();
+        } else if (find(name_menu_bar) != nullptr) {
             for (const char *name :
                  {name_menu_readout, name_menu_mode, name_menu_rate, name_shot_field,
                   name_take_field, name_opacity_field, name_time_field})
@@ -157,6 +188,43 @@ TEST_F(pages_test, text_editing) {
                             "shot_\n12x4\n100\n00:00:02:05\nHalf Size\n"
                             "+ Half Size\n+ Film (24)\n+ Full Screen\n+ Double Buffer\n+ Normal",
                             KEPT_TEXT, "TEXT_JOURNAL");
+}
+
+TEST_F(pages_test, choosing_files) {
+    namespace fs = std::filesystem;
+    const fs::path home = fs::current_path(), films = directory + "/films";
+    fs::create_directories(films / "sub");
+    for (const char *name : {"alpha.reel", "beta.reel", "notes.txt", "sub/deep.reel"})
+        std::ofstream(films / name) << name;
+    fs::current_path(films); // where the tools begin
+    const auto hands = [this] {
+        constexpr int to_open = 30, beside_edge = 20; // pixels
+        const screen_point bar = {files_window.x + 14, files_window.y + files_window.height - 15};
+        const directory_demon *load = tool(false);
+        const screen_point first_row = middle_of(box_of_entry(load->list, 0));
+        click(bar);
+        click(beside(bar, 0, -to_open));
+        click(first_row); // twice: into the folder
+        click(first_row);
+        click(first_row); // selects what is in it
+        click({clamp_16(load->box.x + load->box.width - beside_edge),
+               clamp_16(load->box.y + beside_edge)}); // "Open"
+        with(ctrl, 's');
+        move(middle_of(tool(true)->box));
+        with(shift, display::key_tab); // from the name to the list
+        type("s");
+        key(display::key_return);    // into the folder
+        key(display::key_backspace); // and back
+        key(display::key_tab);
+        type("beta");
+        key(display::key_return); // is it to be overwritten?
+        key(display::key_return);
+    };
+    with_files = true;
+    expect_journals_to_play(
+        hands, (films / "sub/deep.reel").string() + "\n" + (films / "beta.reel").string() + "\n",
+        KEPT_FILES, "FILES_JOURNAL");
+    fs::current_path(home);
 }
 
 } // namespace gallery
