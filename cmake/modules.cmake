@@ -53,14 +53,15 @@ function(add_module name)
 endfunction()
 
 # The headers that every test includes, compiled once. Tests themselves need no optimiser.
-set(test_optimisation $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
+set(test_optimisation $<$<CONFIG:Release,RelWithDebInfo>:-O0>)
 if(PLAYER_TESTS)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")
   add_executable(test_headers ${CMAKE_BINARY_DIR}/test_headers.cpp)
   target_link_libraries(test_headers PRIVATE GTest::gtest)
   target_compile_options(test_headers PRIVATE ${test_optimisation})
-  target_precompile_headers(test_headers PRIVATE <gtest/gtest.h> <algorithm> <array> <functional>
-                            <memory> <random> <span> <string> <vector>)
+  target_precompile_headers(test_headers PRIVATE <gtest/gtest.h> <algorithm> <array> <cstdlib>
+                            <filesystem> <fstream> <functional> <map> <memory> <random> <set>
+                            <span> <sstream> <string> <thread> <vector>)
 endif()
 
 # add_unit_test(NAME SOURCES file... LINKS target... [TIMEOUT seconds])

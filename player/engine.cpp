@@ -148,6 +148,16 @@ void step_back(play_args &args, movie_ref &ref) {
         step_to(args, ref, args.current - 1);
 }
 
+void go_to_first(play_args &args, movie_ref &ref) {
+    if (args.count > 0)
+        step_to(args, ref, args.first);
+}
+
+void go_to_last(play_args &args, movie_ref &ref) {
+    if (args.count > 0)
+        step_to(args, ref, last_frame(args));
+}
+
 void freeze_playing(const play_args &args, int window) {
     if (!state.playing || !view.is_player_window(window))
         return;

@@ -25,7 +25,8 @@ struct player_view {
     void (*fit)(play_args &args) = [](play_args &) {};
     // Queues what the window needs beyond the engine's own devices, which have just been queued.
     void (*queue_devices)(bool playing) = [](bool) {};
-    // A device that was read while playing and that the loop does not handle itself.
+    // A device that was read while playing, or Home or End while not, when nobody else has a use
+    // for them: what the loop does not handle itself.
     void (*take_device)(gl::device d, short value) = [](gl::device, short) {};
     // Makes the player's window the current one.
     void (*make_current)() = [] {};
@@ -63,6 +64,10 @@ void stop_playing(const play_args &args);
 // One frame on or back; a running player stops. At the ends nothing happens.
 void step_forward(play_args &args, movie_ref &ref);
 void step_back(play_args &args, movie_ref &ref);
+
+// The first and the last frame; a running player stops.
+void go_to_first(play_args &args, movie_ref &ref);
+void go_to_last(play_args &args, movie_ref &ref);
 
 // A window became an icon: when it is the player's, a running player stops and remembers its
 // direction. It came back: a player that was stopped so goes on in that direction.

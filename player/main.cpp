@@ -1,11 +1,12 @@
 // The Player Tool.
 #include "platform/gl/screen.h"
-#include "player/interim_window.h"
 #include "player/play_file.h"
 #include "player/play_stats.h"
 #include "player/player_loop.h"
+#include "player/player_window.h"
 #include "player/quit_signals.h"
 #include "player/start_up.h"
+#include "toolkit/dialogs/dialogs.h"
 #include "toolkit/graphics/builtin_icons.h"
 #include "toolkit/system.h"
 
@@ -38,6 +39,7 @@ int main(int argc, char **argv) {
         attach_link_status(parent_link);
     state.session_start = std::time(nullptr);
     toolkit::system_init();
+    toolkit::init_dialogs();
     toolkit::gl_identify_program("playertool", "PlayerTool");
     init_play_stats();
     if (install_quit_signals() != 0)

@@ -5,10 +5,14 @@
 #include "platform/gl/queue.h"
 #include "player/engine.h"
 #include "player/frame_reader.h"
-#include "player/interim_window.h"
 #include "player/link_session.h"
+#include "player/player_window.h"
 #include "player/quit_signals.h"
 #include "player/translate_event.h"
+#include "toolkit/demons/cursor_filters.h"
+#include "toolkit/demons/demons.h"
+#include "toolkit/demons/event_filters.h"
+#include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/events/timers.h"
 #include "toolkit/system.h"
@@ -82,24 +86,48 @@ input_event next_event() {
     return e;
 }
 
+// Handlers get a copy: a loop within one goes on with the message of its own.
 void wait_and_route() {
     const input_event e = next_event();
-    if (translate_event(e.type, e.value, e.position, &current_message))
-        route_event(e.type, current_message);
+    if (!translate_event(e.type, e.value, e.position, &current_message))
+        return;
+    const toolkit::demon_message m = current_message;
+    route_event(e.type, m);
+}
+
+// Tells everybody where the pointer is.
+void deliver_pointer_position() {
+    std::int16_t x = 0;
+    std::int16_t y = 0;
+    toolkit::gl_get_valuator(&x, &y);
+    current_message = {};
+    current_message.code = toolkit::msg_pointer_moved;
+    current_message.point = {x, y};
+    current_message.propagate = toolkit::demon_on;
+    const toolkit::demon_message m = current_message;
+    route_event(toolkit::input_motion, m);
+}
+
+// Home and End mean nothing to the toolkit while nobody edits a text or has a menu open.
+bool is_free_key(gl::device d) {
+    return (d == gl::HOMEKEY || d == gl::ENDKEY) && toolkit::inq_event_filters() == 0 &&
+           toolkit::inq_key_client() == nullptr && toolkit::inq_special_key() == 0;
 }
 
 void stopped_turn() {
     const gl::device d = gl::qtest();
-    if (d != gl::WINTHAW && d != gl::WINDROP) {
+    if (d != gl::WINTHAW && d != gl::WINDROP && !is_free_key(d)) {
         wait_and_route();
         return;
     }
-    short window = 0;
-    static_cast<void>(gl::qread(&window));
+    short value = 0;
+    static_cast<void>(gl::qread(&value));
     if (d == gl::WINTHAW)
-        thaw_window(window);
+        thaw_window(value);
+    else if (d == gl::WINDROP)
+        view.drop(value);
     else
-        view.drop(window);
+        view.take_device(d, value);
 }
 
 void playing_turn(play_args &args, movie_ref &ref) {
@@ -139,15 +167,12 @@ void playing_turn(play_args &args, movie_ref &ref) {
     }
 }
 
-// Tells everybody where the pointer is before the first event.
-void deliver_pointer_position() {
-    std::int16_t x = 0;
-    std::int16_t y = 0;
-    toolkit::gl_get_valuator(&x, &y);
-    current_message = {};
-    current_message.code = toolkit::msg_pointer_moved;
-    current_message.point = {x, y};
-    route_event(toolkit::input_motion, current_message);
+// The pointer is not followed while a movie plays: nothing is under it then, until playing ends.
+void follow_transport(bool was_playing) {
+    if (!was_playing && state.playing)
+        toolkit::demon_box_out_message(toolkit::inq_demon_god());
+    else if (was_playing && !state.playing && !state.quit_requested)
+        deliver_pointer_position();
 }
 
 } // namespace
@@ -157,12 +182,14 @@ void player_event_loop(play_args &args, movie_ref &ref) {
     state.quit_requested = false;
     state.leave_loop = false;
     while (!is_over() && !state.leave_loop) {
+        const bool was_playing = state.playing;
         if (args.render == 0 && state.playing)
             playing_turn(args, ref);
         else if (args.render == 0)
             stopped_turn();
         else
             wait_and_route();
+        follow_transport(was_playing);
         const bool resumed = link_status(parent_link) == status_resumed;
         if (resumed && (args.render == 0 || state.session_playback))
             state.leave_loop = true;
@@ -176,6 +203,7 @@ void player_main_loop(int /*flag_a*/, int /*flag_b*/, int step) {
     state.quit_requested = false;
     if (step != 0)
         toolkit::locator_step_on();
+    toolkit::cursor_filter = toolkit::null_filter;
     deliver_pointer_position();
     if (!state.standalone)
         run_linked_session(parent_link, playback, open_movie);

@@ -1,15 +1,13 @@
-#include "platform/display/display_memory.h"
-#include "player/interim_window.h"
-#include "player/play_file.h"
 #include "player/play_stats.h"
-#include "player/player_loop.h"
-#include "tests/player/player_fixture.h"
+#include "player/quit_signals.h"
+#include "tests/player/window_fixture.h"
+
+#include <csignal>
 
 namespace {
 
 using namespace player;
-using player_test::frame_colour;
-using player_test::side;
+using toolkit::demon_ref;
 
 std::int64_t draw_us = 0; // how long each draw takes
 void (*window_draw)(const play_args &) = nullptr;
@@ -31,49 +29,50 @@ struct stats_line {
     }
 };
 
-class player_loop_test : public player_test::player_fixture {
+class player_loop_test : public player_test::window_fixture {
 protected:
     void SetUp() override {
-        player_fixture::SetUp();
+        window_fixture::SetUp();
         stats_path = folder + "/stats";
         setenv("PLAYER_STATS", stats_path.c_str(), 1);
         init_play_stats();
         draw_us = 0;
-        ASSERT_EQ(build_player_tool(args), 0);
-        window = display::memory::windows().back();
     }
 
     void TearDown() override {
         unsetenv("PLAYER_STATS");
         init_play_stats();
-        player_fixture::TearDown();
+        window_fixture::TearDown();
     }
 
-    void load(const player_test::movie_plan &plan, const std::string &name = "test.reel") {
-        state.play_file_name = write_movie(plan, name);
-        ASSERT_EQ(load_play_file(args, ref), 0);
+    // The hands go on at that time of the program clock.
+    void at_ms(std::int64_t ms) {
+        due_us = ms * program_clock::us_per_ms;
+        step_us = 0;
     }
-
     void key_at(int ms, int code) {
-        display::event e;
-        e.kind = display::event_kind::key;
-        e.window = window;
-        e.code = code;
-        for (const bool pressed : {true, false}) {
-            e.pressed = pressed;
-            display::memory::push_at(ms * program_clock::us_per_ms, e);
-        }
+        at_ms(ms);
+        tap(code);
+    }
+    // By its key, which counts while nothing plays; and in any case.
+    void quit_at(int ms) {
+        at_ms(ms);
+        tap('q', {display::key_control_left});
+    }
+    void end_at(int ms) {
+        then_at(ms, [] { quit_player(0); });
+    }
+    void event_at(std::int64_t ms, display::event_kind kind) {
+        at_ms(ms);
+        send(kind);
+    }
+    void then_at(int ms, std::function<void()> what) {
+        at_ms(ms);
+        then(std::move(what));
     }
 
-    void event_at(std::int64_t ms, display::event_kind kind, display::rectangle area = {}) {
-        display::event e;
-        e.kind = kind;
-        e.window = window;
-        e.area = area;
-        display::memory::push_at(ms * program_clock::us_per_ms, e);
-    }
-
-    void run() { player_event_loop(args, ref); }
+    // Until the player is told to quit.
+    void run_to_end() { player_event_loop(args, ref); }
 
     std::vector<stats_line> stats() {
         std::ifstream in(stats_path);
@@ -83,26 +82,16 @@ protected:
         return lines;
     }
 
-    // The pixel that a user sees x, y pixels from the window's lower left corner, 0xAABBGGRR.
-    std::uint32_t seen(int x, int y) {
-        const auto p = display::memory::picture(window);
-        if (x < 0 || x >= p.width || y < 0 || y >= p.height)
-            return 0xDEAD;
-        const std::uint32_t rgb =
-            p.pixels[static_cast<std::size_t>((p.height - 1 - y) * p.width + x)];
-        return (rgb & 0xFF) << 16 | (rgb & 0xFF00) | (rgb >> 16 & 0xFF);
-    }
-
     std::string stats_path;
-    display::window_id window = 0;
 };
 
 TEST_F(player_loop_test, ten_seconds_of_film_drop_nothing_and_show_what_is_due) {
     load({.frames = 48, .rate = 24});
     key_at(0, 'l');
     key_at(0, ' ');
-    key_at(10'000, 'q');
-    run();
+    quit_at(5'000); // not listened to
+    end_at(10'000);
+    run_to_end();
     EXPECT_TRUE(state.quit_requested);
     EXPECT_FALSE(state.playing);
     ASSERT_EQ(stats().size(), 1U);
@@ -115,8 +104,9 @@ TEST_F(player_loop_test, ten_seconds_of_film_drop_nothing_and_show_what_is_due) 
     EXPECT_GT(s.number("peak_resident_kb"), 0);
     EXPECT_NE(s.text.find(R"("movie":"test.reel","mode":"loop","rate":24,)"), std::string::npos);
     EXPECT_EQ(args.current, 10'000 / 41 % 48);
-    EXPECT_EQ(seen(args.image_x + side * args.zoom - 1, args.image_y), frame_colour(args.current));
-    EXPECT_NE(seen(args.image_x - 1, args.image_y), frame_colour(args.current));
+    expect_frame(args.current);
+    EXPECT_EQ(number_of(player_tool.slider), args.current);
+    EXPECT_EQ(number_of(player_tool.time), args.current);
 }
 
 TEST_F(player_loop_test, a_slow_display_drops_frames_and_keeps_the_time) {
@@ -126,8 +116,9 @@ TEST_F(player_loop_test, a_slow_display_drops_frames_and_keeps_the_time) {
     draw_us = 100'000;
     key_at(0, ' ');
     key_at(8'000, ' ');
-    key_at(8'500, 'q');
-    run();
+    quit_at(8'500);
+    run_to_end();
+    EXPECT_TRUE(state.quit_requested);
     ASSERT_EQ(stats().size(), 1U);
     const stats_line s = stats()[0];
     EXPECT_NEAR(s.number("due"), 8'000 / 40, 5) << s.text;
@@ -140,10 +131,10 @@ TEST_F(player_loop_test, a_slow_display_drops_frames_and_keeps_the_time) {
 TEST_F(player_loop_test, normal_mode_owes_each_frame_once_and_every_frame_skips_none) {
     load({.frames = 20, .rate = 30});
     key_at(0, ' ');
-    key_at(5'000, 'e');
+    then_at(5'000, [this] { set_rate(args, every_frame_rate); });
     key_at(5'000, 'r'); // from the last frame back
-    key_at(9'000, 'q');
-    run();
+    quit_at(9'000);
+    run_to_end();
     ASSERT_EQ(stats().size(), 2U);
     for (const stats_line &s : stats()) {
         EXPECT_EQ(s.number("due"), 20) << s.text;
@@ -157,56 +148,59 @@ TEST_F(player_loop_test, normal_mode_owes_each_frame_once_and_every_frame_skips_
 TEST_F(player_loop_test, an_icon_does_not_play_and_goes_on_where_it_was) {
     load({.frames = 100, .rate = 25});
     key_at(0, 'l');
-    key_at(100, 'b'); // double speed backwards, from the end
+    then_at(100, [this] { play_fast_reverse(args, ref); }); // from the end
     event_at(1'000, display::event_kind::iconify);
     event_at(3'000, display::event_kind::deiconify);
     key_at(3'900, ' ');
-    key_at(4'000, 'q');
-    run();
+    quit_at(4'000);
+    run_to_end();
     EXPECT_EQ(args.direction, direction_fast_reverse);
     EXPECT_EQ(stats().size(), 2U);
     EXPECT_NEAR(args.current, 99 - 1'800 / 20, 4) << "as long as it was no icon";
+    expect_frame(args.current);
 }
 
-TEST_F(player_loop_test, keys_step_zoom_and_buffer) {
-    load({.frames = 5});
-    window_draw = view.draw_frame;
-    key_at(0, '.');
-    key_at(1, '.');
-    key_at(2, ',');
-    key_at(3, '4');
-    key_at(4, 'd');
-    key_at(5, '.');
-    key_at(6, '.');
-    key_at(7, 's');
-    event_at(8, display::event_kind::close);
-    run();
-    EXPECT_EQ(args.current, 3);
-    EXPECT_EQ(args.zoom, 4);
-    EXPECT_EQ(args.double_buffer, 1);
-    EXPECT_EQ(args.mode, mode_swing);
-    EXPECT_TRUE(state.quit_requested);
-    EXPECT_EQ(seen(args.image_x + 4 * side - 1, args.image_y), frame_colour(3));
-    EXPECT_NE(seen(args.image_x + 4 * side, args.image_y), frame_colour(3));
+TEST_F(player_loop_test, keys_step_zoom_and_change_the_mode) {
+    load({.frames = 5}); // at zoom 27
+    const int zoom = args.zoom;
+    struct row {
+        int key, with;
+        int current, mode, zoom;
+    };
+    constexpr int plain = 0;
+    constexpr int shift = display::key_shift_left;
+    for (const row &r : std::vector<row>{
+             {'.', plain, 1, mode_normal, zoom},
+             {'.', plain, 2, mode_normal, zoom},
+             {',', plain, 1, mode_normal, zoom},
+             {display::key_end, plain, 4, mode_normal, zoom},
+             {'.', plain, 4, mode_normal, zoom},
+             {display::key_home, plain, 0, mode_normal, zoom},
+             {',', plain, 0, mode_normal, zoom},
+             {display::key_end, shift, 0, mode_normal, zoom},
+             {'l', plain, 0, mode_loop, zoom},
+             {'l', plain, 0, mode_swing, zoom},
+             {'-', plain, 0, mode_swing, zoom - 1},
+             {'=', shift, 0, mode_swing, zoom},
+             {'.', plain, 1, mode_swing, zoom},
+             {'0', plain, 1, mode_swing, 1},
+             {'l', plain, 1, mode_normal, 1},
+         }) {
+        if (r.with != 0)
+            tap(r.key, {r.with});
+        else
+            tap(r.key);
+        run();
+        const std::string what = "key " + std::to_string(r.key);
+        EXPECT_EQ(args.current, r.current) << what;
+        EXPECT_EQ(args.mode, r.mode) << what;
+        EXPECT_EQ(args.zoom, r.zoom) << what;
+        EXPECT_TRUE(is_checked(player_tool.modes[static_cast<std::size_t>(r.mode)])) << what;
+        EXPECT_EQ(number_of(player_tool.slider), r.current) << what;
+        expect_frame(r.current, what);
+    }
     EXPECT_EQ(display::memory::facts(window).title, "Player Tool - test.reel");
-}
-
-TEST_F(player_loop_test, a_picture_larger_than_screen_or_window_is_shown_whole) {
-    load({.frames = 1, .width = 2560, .height = 512});
-    EXPECT_EQ(args.zoom, 1);
-    const display::rectangle area = display::memory::facts(window).area;
-    EXPECT_EQ(area.width, 1280);
-    EXPECT_EQ(area.height, 256);
-    EXPECT_GE(area.x, 0);
-    for (const auto &[x, y] : {std::pair{0, 0}, {1279, 0}, {0, 255}, {1279, 255}})
-        EXPECT_EQ(seen(x, y), frame_colour(0)) << x << " " << y;
-    event_at(10, display::event_kind::geometry, {50, 60, 320, 100});
-    key_at(20, 'q');
-    run();
-    EXPECT_EQ(args.image_y, 18);
-    EXPECT_EQ(seen(0, 18), frame_colour(0));
-    EXPECT_EQ(seen(319, 81), frame_colour(0));
-    EXPECT_EQ(seen(160, 10), 0x303030U);
+    EXPECT_TRUE(stats().empty());
 }
 
 TEST_F(player_loop_test, a_dropped_movie_is_opened_even_while_another_plays) {
@@ -214,12 +208,17 @@ TEST_F(player_loop_test, a_dropped_movie_is_opened_even_while_another_plays) {
     const std::string other = write_movie({.frames = 3, .rate = 12}, "two.reel");
     key_at(0, 'l');
     key_at(0, ' ');
-    key_at(2'000, 'q');
-    display::memory::push_drop(window, other.c_str());
-    run();
+    then_at(1'000, [&] {
+        EXPECT_TRUE(state.playing);
+        display::memory::push_drop(window, other.c_str());
+    });
+    quit_at(2'000);
+    run_to_end();
+    EXPECT_TRUE(state.quit_requested);
     EXPECT_STREQ(args.name.data(), "two.reel");
     EXPECT_EQ(args.count, 3);
     EXPECT_EQ(args.rate, 12.0F);
+    EXPECT_EQ(text_of(player_tool.label), format_movie_label(args));
 }
 
 TEST_F(player_loop_test, a_file_that_is_dropped_while_the_player_sleeps_is_taken) {
@@ -230,22 +229,30 @@ TEST_F(player_loop_test, a_file_that_is_dropped_while_the_player_sleeps_is_taken
     view.drop = [](int) { ++drops; };
     event_at(now + 100, display::event_kind::drop);
     event_at(now + 200, display::event_kind::close);
-    run();
+    run_to_end();
     EXPECT_EQ(drops, 1);
 }
 
 TEST_F(player_loop_test, a_bad_movie_leaves_an_empty_window_that_still_answers) {
+    load({.frames = 3});
     state.play_file_name = folder + "/missing.reel";
+    confirm();
     testing::internal::CaptureStderr();
     EXPECT_EQ(load_play_file(args, ref), -1);
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
-    for (const int key : {' ', 'r', 'f', 'b', '.', ',', 'e', '9', 'd'})
-        key_at(1, key);
-    key_at(2, 'q');
+    for (const int key :
+         {+' ', +'r', +'.', +',', +'-', +'0', +display::key_home, +display::key_end, +'l', +'='})
+        tap(key);
+    for (const demon_ref &each : player_tool.buttons)
+        click(each);
     run();
-    EXPECT_TRUE(state.quit_requested);
+    EXPECT_FALSE(state.playing);
     EXPECT_TRUE(stats().empty());
-    EXPECT_EQ(seen(100, 100), 0x303030U);
+    EXPECT_EQ(args.mode, mode_loop);
+    EXPECT_EQ(args.zoom, 1);
+    quit_at(5'000);
+    run_to_end();
+    EXPECT_TRUE(state.quit_requested);
 }
 
 TEST_F(player_loop_test, a_lost_display_ends_the_loop) {
@@ -253,9 +260,36 @@ TEST_F(player_loop_test, a_lost_display_ends_the_loop) {
     key_at(0, ' ');
     event_at(50, display::event_kind::lost);
     testing::internal::CaptureStderr();
-    run();
+    run_to_end();
     EXPECT_TRUE(state.quit_requested);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "playertool: The display is lost.\n");
+}
+
+TEST_F(player_loop_test, a_signal_and_the_close_box_end_it_playing_or_not) {
+    for (const bool playing : {true, false}) {
+        build();
+        load({.frames = 3});
+        set_mode(args, mode_loop);
+        if (playing)
+            key_at(0, ' ');
+        event_at(300, display::event_kind::close);
+        run_to_end();
+        EXPECT_TRUE(state.quit_requested);
+        EXPECT_FALSE(state.playing);
+        EXPECT_EQ(player_tool.window.get(), nullptr);
+        EXPECT_LE(program_clock::now_us(), 400'000);
+    }
+    const auto end_by_signal = [this] { // in a process of its own: it is remembered
+        build();
+        load({.frames = 3});
+        set_mode(args, mode_loop);
+        install_quit_signals();
+        key_at(0, ' ');
+        then_at(200, [] { std::raise(SIGTERM); });
+        run_to_end();
+        std::_Exit(state.quit_requested && !state.playing && !gl::is_display_lost() ? 7 : 1);
+    };
+    EXPECT_EXIT(end_by_signal(), testing::ExitedWithCode(7), "");
 }
 
 } // namespace

@@ -1,0 +1,434 @@
+#include "player/player_window.h"
+
+#include "platform/gl/drawing.h"
+#include "platform/gl/pixels.h"
+#include "platform/gl/queue.h"
+#include "platform/gl/screen.h"
+#include "platform/gl/windows.h"
+#include "player/engine.h"
+#include "player/play_file.h"
+#include "player/play_stats.h"
+#include "player/player_controls.h"
+#include "player/player_menus.h"
+#include "player/window_layout.h"
+#include "toolkit/demons/box_text.h"
+#include "toolkit/demons/delivery.h"
+#include "toolkit/demons/demon_pointer.h"
+#include "toolkit/demons/demon_tree.h"
+#include "toolkit/demons/window_demons.h"
+#include "toolkit/events/event_input.h"
+#include "toolkit/graphics/colour_indices.h"
+#include "toolkit/graphics/drawing.h"
+#include "toolkit/graphics/fonts.h"
+#include "toolkit/graphics/spaces.h"
+#include "toolkit/graphics/window_calls.h"
+#include "toolkit/widgets/controls.h"
+#include "toolkit/widgets/pulldowns.h"
+#include "toolkit/widgets/widgets.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace player {
+
+player_widgets player_tool;
+
+namespace {
+
+using toolkit::demon;
+using toolkit::demon_message;
+using toolkit::display_object;
+using toolkit::refer_to_demon;
+using toolkit::screen_box;
+using toolkit::word;
+
+constexpr int start_left = 100; // of the window on the screen
+constexpr int start_bottom = 300;
+constexpr const char *empty_label = "--- no segment loaded ---";
+
+window_layout layout; // as the window is laid out now
+
+// The toolkit's id of the window, or no_window.
+int window_id() {
+    const demon *window = player_tool.window.get();
+    const bool is_open = window != nullptr && toolkit::gl_get_wid_demon(window->window) == window;
+    return is_open ? window->window : toolkit::no_window;
+}
+
+extent screen_size() {
+    extent screen;
+    toolkit::gl_get_device_extent(&screen.width, &screen.height);
+    return screen;
+}
+
+// --- the picture ---------------------------------------------------------------------------------
+
+// Selects window pixels in the window for as long as it stands.
+class picture_space {
+public:
+    picture_space() : before_(toolkit::gl_get_matrix()) { toolkit::gl_put_matrix({}); }
+    ~picture_space() { toolkit::gl_put_matrix(before_); }
+    picture_space(const picture_space &) = delete;
+    picture_space &operator=(const picture_space &) = delete;
+
+private:
+    toolkit::gl_matrix before_;
+};
+
+bool make_current() {
+    const int wid = window_id();
+    if (wid == toolkit::no_window)
+        return false;
+    if (toolkit::gl_get_win() != wid)
+        toolkit::gl_set_win(wid);
+    return true;
+}
+
+void draw_frame(const play_args &args) {
+    if (!args.pixels || !make_current())
+        return;
+    const bool is_double = gl::is_double_buffered();
+    if (is_double) {
+        gl::backbuffer(true);
+        gl::frontbuffer(false);
+    }
+    draw_picture(args);
+    const phase_timer timed(play_phase::presenting);
+    if (is_double) {
+        gl::swapbuffers();
+        gl::frontbuffer(true);
+    } else {
+        gl::flush_windows();
+    }
+}
+
+// The picture's demon: the frame, or a hint where there is none.
+void draw_picture_demon(display_object *self) {
+    toolkit::gl_fill_box(self->box, toolkit::colour_picture_ground);
+    if (playback.pixels) {
+        draw_picture(playback);
+        return;
+    }
+    if (!state.standalone)
+        return;
+    screen_box line = self->box;
+    line.height = toolkit::clamp_16(self->box.height / 8);
+    line.y = toolkit::clamp_16(self->box.y + self->box.height / 2);
+    toolkit::draw_text_box(line, toolkit::font_slot_normal_1, "Open a movie with Ctrl+O,",
+                           toolkit::look::disabled);
+    line.y = toolkit::clamp_16(line.y - line.height);
+    toolkit::draw_text_box(line, toolkit::font_slot_normal_1, "or drop one here",
+                           toolkit::look::disabled);
+}
+
+// --- laying out ----------------------------------------------------------------------------------
+
+void place(demon *widget, const screen_box &at) {
+    const demon *window = player_tool.window.get();
+    if (widget == nullptr || window == nullptr)
+        return;
+    toolkit::setBoxWidgetScreen(widget,
+                                {toolkit::clamp_16(window->box.x + at.x),
+                                 toolkit::clamp_16(window->box.y + at.y), at.width, at.height});
+}
+
+// Puts all parts to where the layout has them.
+void place_parts(play_args &args) {
+    args.image_x = layout.picture.x;
+    args.image_y = layout.picture.y;
+    place(player_tool.menu_bar.get(), layout.menu_bar);
+    place(player_tool.picture.get(), layout.picture);
+    place(player_tool.controls.get(), layout.controls);
+    place(player_tool.label.get(), layout.label);
+}
+
+extent real_size() {
+    extent now;
+    if (make_current())
+        gl::getsize(&now.width, &now.height);
+    return now;
+}
+
+// Takes over the size that the window has, if the user or the desktop has given it another one.
+void follow_size() {
+    demon *window = player_tool.window.get();
+    const extent now = real_size();
+    if (now.width < 1 || now == extent{window->box.width, window->box.height})
+        return;
+    toolkit::follow_iris_windows();
+    window->box.width = toolkit::clamp_16(now.width);
+    window->box.height = toolkit::clamp_16(now.height);
+    if (now != layout.window)
+        layout = layout_in(playback, now);
+    place_parts(playback);
+}
+
+// Gives the window another size, its upper left corner staying, as far as the screen allows.
+void resize_window(extent size) {
+    toolkit::follow_iris_windows();
+    demon *window = player_tool.window.get();
+    const extent screen = screen_size();
+    const int top = window->box.y + window->box.height;
+    const int x = std::clamp(+window->box.x, 0, std::max(screen.width - size.width, 0));
+    const int y = std::clamp(top - size.height, 0, std::max(screen.height - size.height, 0));
+    toolkit::setBoxWidgetScreen(window,
+                                {toolkit::clamp_16(x), toolkit::clamp_16(y),
+                                 toolkit::clamp_16(size.width), toolkit::clamp_16(size.height)});
+}
+
+void draw_window(demon *self, toolkit::object *sender, demon_message *m) {
+    follow_size();
+    toolkit::iris_demon_draw(self, sender, m);
+}
+
+// Without a movie only the menu bar is alive.
+void track_pointer(demon *self, toolkit::object *sender, demon_message *m) {
+    demon *bar = player_tool.menu_bar.get();
+    if (open_movie.film != nullptr || bar == nullptr || toolkit::in_box(bar->box, m->point)) {
+        toolkit::demon_loc_move(self, sender, m);
+        return;
+    }
+    const toolkit::delivery here(self);
+    demon_message left = *m;
+    left.code = toolkit::msg_box_out;
+    left.propagate = 0;
+    if (self->box_in_child == bar)
+        self->box_in_child = nullptr;
+    toolkit::send_demon_message(bar, self, left);
+    here.pass_on(sender, m);
+}
+
+// --- building ------------------------------------------------------------------------------------
+
+// The length of the design's screen that is so long on this one.
+int design_length(int length, int (*scaled)(int)) {
+    int made = length;
+    while (scaled(made) < length)
+        made += std::max(length - scaled(made), 1);
+    return made;
+}
+
+word closed_by_user(word, toolkit::callback *) {
+    quit_player(0);
+    return 0;
+}
+
+bool open_window() {
+    const int width = design_length(layout.window.width, toolkit::scale_x);
+    const int height = design_length(layout.window.height, toolkit::scale_y);
+    toolkit::iris_window_demon *made = toolkit::create_iris_window_demon(
+        nullptr, start_left, start_bottom, width, height, "Player Tool", closed_by_user, 0);
+    player_tool.window = refer_to_demon(made);
+    if (window_id() == toolkit::no_window)
+        return false;
+    made->on.draw = draw_window;
+    made->on.loc_move = track_pointer;
+    return true;
+}
+
+// A demon of the window that is drawn by a routine.
+demon *add_part(display_object *window, const screen_box &at, toolkit::draw_routine draw) {
+    toolkit::generic_demon *made = toolkit::create_generic_demon(nullptr, 0, 0, nullptr);
+    if (made == nullptr)
+        return nullptr;
+    made->draw = draw;
+    made->erase = made->hilite = made->dehilite = nullptr;
+    toolkit::addWidget(made, static_cast<demon *>(window));
+    place(made, at);
+    return made;
+}
+
+void add_parts(play_args &args) {
+    demon *window = player_tool.window.get();
+    demon *bar = toolkit::addMenuBar(window, 0, 0, 0, 0);
+    player_tool.menu_bar = refer_to_demon(bar);
+    place(bar, layout.menu_bar);
+    add_player_menus(bar, args);
+    player_tool.picture = refer_to_demon(add_part(window, layout.picture, draw_picture_demon));
+    demon *panel = add_part(window, layout.controls, nullptr);
+    player_tool.controls = refer_to_demon(panel);
+    add_player_controls(panel, args);
+    const std::string text = state.standalone ? empty_label : format_movie_label(args);
+    player_tool.label = refer_to_demon(toolkit::addLabel(
+        window, 0, 0, 0, 0, text, toolkit::font_slot_normal_1, toolkit::label_place::middle));
+    place(player_tool.label.get(), layout.label);
+}
+
+// --- what the engine and the loop ask for --------------------------------------------------------
+
+bool is_our_window(int which) {
+    return which > 0 && toolkit::gl_find_wid(which) == window_id() &&
+           window_id() != toolkit::no_window;
+}
+
+void close_window(int which) {
+    if (which == 0) // the program as a whole is to end
+        quit_player(0);
+    else
+        toolkit::gl_close_iris_wid(which);
+}
+
+void take_drop(int which) {
+    if (!is_our_window(which) || state.session_playback)
+        return;
+    state.play_file_name = gl::dropped_file();
+    load_play_file(playback, open_movie);
+}
+
+void queue_devices(bool playing) {
+    if (playing)
+        gl::qdevice(gl::SPACEKEY);
+    gl::qdevice(gl::WINDROP);
+}
+
+void take_device(gl::device d, short value) {
+    if (value == 0)
+        return;
+    const demon *stop = player_tool.buttons[static_cast<std::size_t>(transport::stop)].get();
+    toolkit::screen_point at;
+    if (d == gl::LEFTMOUSE && stop != nullptr) {
+        toolkit::follow_iris_windows();
+        toolkit::gl_get_valuator(&at.x, &at.y);
+        if (toolkit::in_box(stop->box, at))
+            stop_playing(playback);
+    } else if (d == gl::SPACEKEY) {
+        stop_playing(playback);
+    } else if (d == gl::HOMEKEY) {
+        go_to_first(playback, open_movie);
+    } else if (d == gl::ENDKEY) {
+        go_to_last(playback, open_movie);
+    }
+}
+
+void install_view() {
+    view = {};
+    view.draw_frame = draw_frame;
+    view.show_position = show_position;
+    view.fit = fit_player_window;
+    view.queue_devices = queue_devices;
+    view.take_device = take_device;
+    view.make_current = [] { make_current(); };
+    view.is_player_window = is_our_window;
+    view.refresh = toolkit::gl_refresh;
+    view.freeze = toolkit::gl_win_freeze;
+    view.thaw = toolkit::gl_win_thaw;
+    view.close = close_window;
+    view.drop = take_drop;
+}
+
+} // namespace
+
+// --- the picture ---------------------------------------------------------------------------------
+
+void draw_picture(const play_args &args) {
+    const picture_space space;
+    const phase_timer timed(play_phase::drawing);
+    gl::rectzoom(layout.zoom, layout.zoom);
+    gl::lrectwrite(args.image_x, args.image_y, args.image_x + args.width - 1,
+                   args.image_y + args.height - 1, args.pixels.span());
+    gl::rectzoom(1, 1);
+}
+
+// --- the window ----------------------------------------------------------------------------------
+
+int build_player_tool(play_args &args) {
+    if (state.standalone) {
+        args.width = args.orig_width = empty_width;
+        args.height = args.orig_height = empty_height;
+    }
+    state.screen_width = gl::getgdesc(gl::GD_XPMAX);
+    state.screen_height = gl::getgdesc(gl::GD_YPMAX);
+    std::uint16_t help = 0;
+    toolkit::getHelp(&help);
+    toolkit::setHelp(0);
+    layout = first_layout(args, state.standalone);
+    const bool is_open = open_window();
+    if (is_open) {
+        add_parts(args);
+        place_parts(args);
+        install_view();
+        queue_devices(false);
+        bind_player_keys();
+        if (args.double_buffer != 0)
+            toolkit::gl_double_buffer(window_id(), true);
+        set_frame_range(args);
+        relabel_player_tool(args);
+        toolkit::drawWidget(player_tool.window.get());
+    }
+    toolkit::setHelp(help);
+    if (is_open)
+        return 0;
+    state.quit_requested = true;
+    return -1;
+}
+
+void destroy_player_tool() {
+    demon *window = player_tool.window.get();
+    if (window == nullptr)
+        return;
+    release_player_keys();
+    toolkit::setDestroyFunctionWindow(window, nullptr, 0);
+    toolkit::destroyWidget(window);
+    player_tool = {};
+    view = {};
+}
+
+void fit_player_window(play_args &args) {
+    if (window_id() == toolkit::no_window)
+        return;
+    layout = fitted_layout(args, screen_size());
+    resize_window(layout.window);
+    if (window_id() == toolkit::no_window)
+        return;
+    const extent now = real_size();
+    if (now != layout.window)
+        layout = layout_in(args, now);
+    demon *window = player_tool.window.get();
+    window->box.width = toolkit::clamp_16(now.width);
+    window->box.height = toolkit::clamp_16(now.height);
+    toolkit::follow_iris_windows();
+    place_parts(args);
+    set_frame_range(args);
+    relabel_player_tool(args);
+    update_rate_menu(args);
+    toolkit::gl_double_buffer(window_id(), args.double_buffer != 0);
+    toolkit::drawWidget(window);
+}
+
+void toggle_double_buffer(play_args &args) {
+    args.double_buffer = args.double_buffer == 0 ? 1 : 0;
+    toolkit::gl_double_buffer(window_id(), args.double_buffer != 0);
+    toolkit::drawWidget(player_tool.window.get());
+}
+
+// --- names ---------------------------------------------------------------------------------------
+
+std::string format_movie_label(const play_args &args) {
+    constexpr int block = movie::ir1_block_size;
+    const bool is_scaled = args.width != args.orig_width - args.orig_width % block ||
+                           args.height != args.orig_height - args.orig_height % block;
+    std::array<char, 64> size{}, scaled{}, zoom{};
+    std::snprintf(size.data(), size.size(), "(%d x %d)", args.width, args.height);
+    if (is_scaled && (args.width != args.orig_width || args.height != args.orig_height))
+        std::snprintf(scaled.data(), scaled.size(), " of (%dx%d)", args.orig_width,
+                      args.orig_height);
+    if (args.zoom != 1)
+        std::snprintf(zoom.data(), zoom.size(), "x %.1f", static_cast<double>(args.zoom));
+    std::string text = args.name[0] != 0 ? args.name.data() : "<no name>";
+    text.append("    ").append(size.data()).append(scaled.data()).append(" ").append(zoom.data());
+    return text;
+}
+
+void relabel_player_tool(const play_args &args) {
+    const bool is_empty = state.standalone && open_movie.film == nullptr;
+    const std::string text = is_empty ? empty_label : format_movie_label(args);
+    toolkit::setWidgetValue(player_tool.label.get(), text.c_str());
+    std::string title = "Player Tool";
+    if (args.name[0] != 0)
+        title.append(" - ").append(args.name.data());
+    toolkit::setWindowTitle(player_tool.window.get(), title.c_str());
+}
+
+} // namespace player
