@@ -4,7 +4,7 @@
 #   ./bench.sh codec [--json FILE]     the movie codec, against memory and FFmpeg (2 minutes)
 #   ./bench.sh read [--json FILE]      finding and reading the frames of a long movie
 #   ./bench.sh toolkit                 objects and demons; boxes, texts, icons drawn
-#   ./bench.sh playback [...]          playing on a virtual display; see bench/playback
+#   ./bench.sh playback [SECONDS]      playing on a virtual display, beside mpv and ffplay (4 minutes)
 #
 # --json FILE: the single measurements too, as Google Benchmark writes them. Each program runs on
 # one core. Close what else is running; what can not be closed falls on all rows alike.
@@ -70,8 +70,9 @@ toolkit)
     for program in "${programs[@]}"; do run_pinned "$program"; done
     ;;
 playback)
-    shift
-    exec "$here/bench/playback" "$@"
+    [ $# -le 2 ] || refuse
+    for program in playertool reel reel_images reel_videos first_picture; do build "$program"; done
+    exec "$here/bench/playback" "$here/build/bench/bin" "${@:2}"
     ;;
 '' | -h | --help) usage ;;
 *) refuse ;;

@@ -43,6 +43,7 @@ void start_playing(play_args &args, movie_ref &ref, std::int32_t direction) {
     rewind_for(args, direction);
     if (args.mode == mode_swing && state.swing_returning)
         args.current = swing_reentry(args);
+    view.show_position(args);
     show_frame(args, ref);
     state.playing = true;
     set_play_devices(true);

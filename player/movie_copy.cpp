@@ -80,7 +80,7 @@ target_facts examine(const std::string &target, const struct stat &source) {
         facts.fault = "It is a folder";
     else if (!S_ISREG(there.st_mode))
         facts.fault = "It is not a plain file";
-    else if (::access(target.c_str(), W_OK) != 0)
+    else if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
         facts.fault = std::strerror(errno);
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(target.c_str(), nullptr),
                                                            &std::free);

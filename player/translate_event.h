@@ -11,8 +11,8 @@
 namespace player {
 
 // Fills message from an input event (its class, value and place). Returns false when there is
-// nothing to deliver: a motion to the place where message.point is already, an unknown button, or
-// a class that has no message. An idle tick is msg_none.
+// nothing to deliver: a motion to the place where message.point is already, or a class that has no
+// message. An idle tick and an unknown button are msg_none.
 [[nodiscard]] bool translate_event(std::int16_t type, std::int16_t value,
                                    toolkit::screen_point position, toolkit::demon_message *message);
 

@@ -15,7 +15,9 @@ packages_to_play=(
 packages_for_virtual_display=(xvfb xauth xdotool imagemagick)
 
 # To measure.
-packages_to_bench=("${packages_to_play[@]}" libbenchmark-dev)
+packages_to_bench=(
+    "${packages_to_play[@]}" "${packages_for_virtual_display[@]}" libbenchmark-dev mpv ffmpeg
+)
 
 # To check.
 packages_to_check=(

@@ -107,7 +107,9 @@ template <typename list> auto any_of_list(const list &all) {
 
 constexpr int screen_width = 1280, screen_height = 1024;
 std::int64_t due_us = 0; // when the last of what was sent comes
-display::point hand;     // where it is, from the top left
+// The window of keys and buttons: none, since a window that is closed takes what waits for it along.
+constexpr display::window_id whichever = 0;
+display::point hand; // where it is, from the top left
 std::array<bool, display::button_right + 1> is_down{};
 std::array<int, 4> held_modifiers{}; // 0: none
 
@@ -158,13 +160,13 @@ display::point any_place() {
 void move_to(display::point to) {
     for (int parts = 1 + roll(3); parts > 0; --parts) {
         hand = {to.x + (hand.x - to.x) * (parts - 1) / 3, to.y + (hand.y - to.y) * (parts - 1) / 3};
-        send(event_kind::motion, any_window());
+        send(event_kind::motion, whichever);
     }
 }
 void press(int button, bool pressed) {
     if (button <= display::button_right)
         is_down[static_cast<std::size_t>(button)] = pressed;
-    send(event_kind::button, any_window(), button, pressed);
+    send(event_kind::button, whichever, button, pressed);
 }
 void click(int button, int times) {
     for (; times > 0; --times) {
@@ -185,8 +187,8 @@ void drag() {
         press(display::button_left, false);
 }
 void tap(int code) {
-    send(event_kind::key, any_window(), code, true);
-    send(event_kind::key, any_window(), code, false);
+    send(event_kind::key, whichever, code, true);
+    send(event_kind::key, whichever, code, false);
 }
 int any_editing_key() {
     static constexpr std::array keys = {
@@ -208,7 +210,7 @@ void hold_modifier(std::size_t number) {
     static constexpr std::array codes = {display::key_control_left, display::key_shift_left,
                                          display::key_alt_left, display::key_control_right};
     int &held = held_modifiers[number];
-    send(event_kind::key, any_window(), codes[number], held == 0);
+    send(event_kind::key, whichever, codes[number], held == 0);
     held = held == 0 ? codes[number] : 0;
 }
 // Shortcuts, most of all.

@@ -10,6 +10,7 @@
 #include "toolkit/system.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -46,9 +47,22 @@ struct movie_plan {
     std::vector<int> missing{};                      // frames that are never written
 };
 
+// What is tested may end the program as if all was well: then the tests have not passed.
+inline bool is_test_running = false;
+
+inline void fail_early_exit() {
+    if (!is_test_running)
+        return;
+    std::fputs("the program has ended within a test\n", stderr);
+    std::_Exit(EXIT_FAILURE);
+}
+
 class player_fixture : public testing::Test {
 protected:
     void SetUp() override {
+        static const int registered = std::atexit(fail_early_exit);
+        ASSERT_EQ(registered, 0);
+        is_test_running = true;
         setenv("PLAYER_DISPLAY", "memory", 1);
         program_clock::use_manual_clock(0);
         folder = testing::TempDir() + "player" + std::to_string(getpid());
@@ -67,6 +81,7 @@ protected:
         toolkit::system_terminate();
         program_clock::use_system_clock();
         std::filesystem::remove_all(folder);
+        is_test_running = false;
     }
 
     std::string write_movie(const movie_plan &plan, const std::string &name = "test.reel") {

@@ -191,7 +191,7 @@ TEST_F(player_loop_test, keys_step_zoom_and_change_the_mode) {
         else
             tap(r.key);
         run();
-        const std::string what = "key " + std::to_string(r.key);
+        const std::string what = std::to_string(r.key).append(" is the key");
         EXPECT_EQ(args.current, r.current) << what;
         EXPECT_EQ(args.mode, r.mode) << what;
         EXPECT_EQ(args.zoom, r.zoom) << what;

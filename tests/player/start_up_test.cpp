@@ -106,6 +106,13 @@ TEST_F(start_up_test, font_variables_count_only_when_all_five_are_usable) {
     EXPECT_EQ((*fonts)[3].name, "Deja Vu");
     EXPECT_EQ((*fonts)[3].size, 10.5F);
     EXPECT_EQ((*fonts)[4].name.size(), toolkit::max_font_name);
+    for (const std::string &name : names)
+        unsetenv(("VORTAN_FONT_" + name).c_str());
+    toolkit::gl_set_font_names_table({{{"Helvetica", 8.0F}, // for the tests that follow
+                                       {"Helvetica", 10.0F},
+                                       {"Helvetica", 10.0F},
+                                       {"Helvetica-Bold", 10.0F},
+                                       {"Times-BoldItalic", 12.0F}}});
 }
 
 TEST_F(start_up_test, loading_zooms_up_to_about_the_area_before) {
@@ -204,7 +211,9 @@ TEST(translate_event_test, codes) {
                                          {input_motion, 0, 0x2d}}) {
         demon_message message;
         EXPECT_EQ(translate_event(r.type, r.value, {3, 4}, &message), r.code != 0);
-        EXPECT_EQ(message.code, r.code);
+        if (r.code != 0) {
+            EXPECT_EQ(message.code, r.code);
+        }
         EXPECT_EQ(message.key, r.type == input_keyboard ? r.value : 0);
         if (r.type == input_motion) {
             EXPECT_FALSE(translate_event(r.type, 0, {3, 4}, &message)) << "the same place";
