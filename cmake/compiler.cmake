@@ -21,6 +21,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   add_compile_options(-Wno-restrict) # GCC 12 sees it in "text" + std::string of its own library
 endif()
 
+if(CMAKE_UNITY_BUILD)
+  add_compile_options(-Wno-shadow) # of one source's names by another's; the other builds tell
+endif()
+
 # Hardened by default; the sanitizers bring their own checks and dislike _FORTIFY_SOURCE.
 add_compile_options(-fstack-protector-strong -fstack-clash-protection)
 include(CheckCXXCompilerFlag)

@@ -77,14 +77,15 @@ function(add_unit_test name)
   target_link_libraries(${name} PRIVATE ${arg_LINKS} GTest::gtest GTest::gtest_main)
   target_compile_options(${name} PRIVATE ${test_optimisation})
   target_precompile_headers(${name} REUSE_FROM test_headers)
-  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF
+                        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT
                        "PLAYER_DISPLAY=memory")
 endfunction()
 
-# stand_alone(SOURCE...): not bundled with others of its folder for static analysis, because it has
-# local names in common with one of them.
+# stand_alone(SOURCE...): not bundled with others of its folder, as the sanitizer build and static
+# analysis do to be quicker, because it has local names in common with one of them.
 function(stand_alone)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()

@@ -101,4 +101,29 @@ int IR1_decompress(const ir1_colours &colours, std::span<const std::uint8_t> pac
     return used < 0 ? -1 : 0;
 }
 
+int ir1_begin_strips(std::span<const std::uint8_t> packed, ir1_strips *left) {
+    ir1_size size;
+    if (ir1_read_size(packed, &size) != 0) {
+        return -1;
+    }
+    *left = {packed.subspan(ir1_header_bytes), size.width, size.height};
+    return 0;
+}
+
+int ir1_next_strip(const ir1_colours &colours, ir1_strips &left, int rows,
+                   std::span<std::uint32_t> strip) {
+    if (rows < 0 || rows > left.rows || rows % ir1_block_size != 0 ||
+        strip.size() < pixel_count(left.width, rows)) {
+        return -1;
+    }
+    const std::int64_t used =
+        ir1_active_kernels().decode_blocks(colours, left.blocks, strip, left.width, rows);
+    if (used < 0) {
+        return -1;
+    }
+    left.blocks = left.blocks.subspan(static_cast<std::size_t>(used));
+    left.rows -= rows;
+    return 0;
+}
+
 } // namespace movie

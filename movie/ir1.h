@@ -88,4 +88,26 @@ struct ir1_size {
 [[nodiscard]] int IR1_decompress(const ir1_colours &colours, std::span<const std::uint8_t> packed,
                                  std::span<std::uint32_t> image);
 
+// The same in strips from the top of the picture down, for who has done with each strip while it is
+// still in the processor's caches:
+//
+//   movie::ir1_strips left;
+//   if (movie::ir1_begin_strips(packed, &left) == 0)
+//       while (left.rows > 0)
+//           if (movie::ir1_next_strip(*table, left, std::min(left.rows, 16), strip) != 0) ...
+struct ir1_strips {
+    std::span<const std::uint8_t> blocks; // not expanded yet
+    int width = 0;                        // pixels, as coded
+    int rows = 0;                         // that are left
+};
+
+// Returns as ir1_read_size does.
+[[nodiscard]] int ir1_begin_strips(std::span<const std::uint8_t> packed, ir1_strips *left);
+
+// Expands the next `rows` rows, a multiple of 4 of those that are left, into the first width x rows
+// words of strip, their bottom row first. Returns 0; or -1: other rows or a strip too small
+// (nothing is written), or the stream ends in them (`left` is as it was).
+[[nodiscard]] int ir1_next_strip(const ir1_colours &colours, ir1_strips &left, int rows,
+                                 std::span<std::uint32_t> strip);
+
 } // namespace movie

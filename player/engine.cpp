@@ -1,7 +1,6 @@
 #include "player/engine.h"
 
 #include "player/advance.h"
-#include "player/frame_reader.h"
 #include "player/play_devices.h"
 #include "player/play_stats.h"
 #include "toolkit/events/timers.h"
@@ -76,6 +75,23 @@ next_position due_position(const play_args &args) {
     return timed_position(args, state, reached);
 }
 
+// Past the pixels, if that is possible.
+void show_due_frame(play_args &args, movie_ref &ref) {
+    switch (draw_frame_in_strips(args, ref, view.strips)) {
+    case strip_result::unavailable:
+        if (read_frame_from_file(args, ref))
+            view.draw_frame(args);
+        break;
+    case strip_result::spoilt:
+        catch_up_pixels(args, ref);
+        view.draw_frame(args);
+        break;
+    case strip_result::drawn:
+    case strip_result::unchanged:
+        break;
+    }
+}
+
 void step_to(play_args &args, movie_ref &ref, std::int32_t current) {
     args.current = current;
     view.show_position(args);
@@ -104,8 +120,7 @@ void advance_frame(play_args &args, movie_ref &ref) {
     }
     if (next.pos != std::int64_t{args.current} - args.first) {
         args.current = args.first + next.pos;
-        if (read_frame_from_file(args, ref))
-            view.draw_frame(args);
+        show_due_frame(args, ref);
         view.show_position(args);
     }
     stats_shown();

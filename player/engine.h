@@ -12,6 +12,7 @@
 #pragma once
 
 #include "platform/gl/devices.h"
+#include "player/frame_reader.h"
 #include "player/play_args.h"
 
 namespace player {
@@ -19,14 +20,15 @@ namespace player {
 struct player_view {
     // Puts args.pixels on the screen.
     void (*draw_frame)(const play_args &args) = [](const play_args &) {};
+    // The same in strips, while a movie plays.
+    strip_view strips;
     // args.current has changed: time field and slider.
     void (*show_position)(const play_args &args) = [](const play_args &) {};
     // Another movie or size: adapts the window to args.
     void (*fit)(play_args &args) = [](play_args &) {};
     // Queues what the window needs beyond the engine's own devices, which have just been queued.
     void (*queue_devices)(bool playing) = [](bool) {};
-    // A device that was read while playing, or Home or End while not, when nobody else has a use
-    // for them: what the loop does not handle itself.
+    // A device that was read while playing and that the loop does not handle itself.
     void (*take_device)(gl::device d, short value) = [](gl::device, short) {};
     // Makes the player's window the current one.
     void (*make_current)() = [] {};

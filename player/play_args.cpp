@@ -11,16 +11,11 @@ play_args saved_playback;
 movie_ref open_movie;
 player_state state;
 
-namespace {
-
-// Memory for size words, all 0, or an empty record. calloc takes the zeros of a large block from
-// the system, which makes them when they are first used.
+// calloc takes the zeros of a large block from the system, which makes them when they are first used.
 frame_buffer make_frame_buffer(std::size_t size) {
     auto *words = static_cast<std::uint32_t *>(std::calloc(size, sizeof(std::uint32_t)));
     return {decltype(frame_buffer::words)(words), words != nullptr ? size : 0};
 }
-
-} // namespace
 
 int allocate_frame_buffers(play_args &args) {
     free_frame_buffers(args);

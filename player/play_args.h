@@ -82,6 +82,8 @@ struct movie_ref {
     movie::ir1_table tables; // null until the first decode
     movie::vf_owner film;    // null when none is open
     int decoded = -1;        // index of the frame whose data play_args.pixels shows; -1: none
+    int drawn = -1;          // of the one that went to the screen past the pixels; -1: the same
+    frame_buffer strip;      // that it went through; made at the first one
 };
 
 struct player_state {
@@ -110,6 +112,9 @@ extern play_args playback;
 extern play_args saved_playback; // holds playback while a paused preview is looked at
 extern movie_ref open_movie;
 extern player_state state;
+
+// Memory for so many words, all 0, or an empty record.
+[[nodiscard]] frame_buffer make_frame_buffer(std::size_t words);
 
 // Replaces both buffers by new ones, all black, for args.width x args.height. What nobody has
 // written yet takes address space only: a movie may claim a huge picture. Returns 0; or -1 with no

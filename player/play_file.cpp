@@ -9,9 +9,12 @@
 #include "player/movie_copy.h"
 #include "player/player_window.h"
 #include "player/quit_signals.h"
+#include "player/window_layout.h"
 #include "toolkit/dialogs/dialogs.h"
+#include "toolkit/graphics/spaces.h"
 #include "toolkit/widgets/widgets.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
@@ -56,11 +59,13 @@ void take_header(play_args &args, const movie::vf_movie &film) {
     args.orig_height = args.height;
 }
 
-// The zoom at which a picture covers about `area` pixels: 1 or more.
+// The zoom at which a picture covers about `area` pixels, but no more than the screen: 1 or more.
 std::int32_t zoom_for_area(std::int64_t area, const play_args &args) {
     const std::int64_t ratio = area / (std::int64_t{args.width} * args.height);
     const auto zoom = static_cast<std::int32_t>(std::sqrt(static_cast<double>(ratio)));
-    return zoom < 2 ? 1 : zoom;
+    extent screen;
+    toolkit::gl_get_device_extent(&screen.width, &screen.height);
+    return std::clamp(zoom, 1, largest_zoom(args, screen));
 }
 
 // As before the first movie.

@@ -14,9 +14,10 @@ namespace player {
 
 // Opens the movie that is pending in state.play_file_name, which is cleared; without one, the file
 // chosen in load_file_tool. A running player stops. The movie before is closed, whatever comes of
-// the new one. The picture is zoomed up to about the area of the one before. Returns 0 with the
-// first frame read and the window fitted; or -1: no name was there and nothing has changed, or no
-// movie is open now, after the line "%s: Problem with '%s'" and the reason.
+// the new one. The picture is zoomed up to about the area of the one before, but no larger than the
+// screen. Returns 0 with the first frame read and the window fitted; or -1: no name was there and
+// nothing has changed, or no movie is open now, after the line "%s: Problem with '%s'" and the
+// reason.
 //
 // Nothing in the file is trusted: sizes are rounded down to multiples of 4 and must leave a
 // picture; a negative rate is reported and becomes Show Every Frame.

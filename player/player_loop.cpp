@@ -11,11 +11,10 @@
 #include "player/translate_event.h"
 #include "toolkit/demons/cursor_filters.h"
 #include "toolkit/demons/demons.h"
-#include "toolkit/demons/event_filters.h"
-#include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
 #include "toolkit/events/timers.h"
 #include "toolkit/system.h"
+#include "toolkit/widgets/pulldowns.h"
 
 #include <array>
 #include <cstdio>
@@ -108,15 +107,9 @@ void deliver_pointer_position() {
     route_event(toolkit::input_motion, m);
 }
 
-// Home and End mean nothing to the toolkit while nobody edits a text or has a menu open.
-bool is_free_key(gl::device d) {
-    return (d == gl::HOMEKEY || d == gl::ENDKEY) && toolkit::inq_event_filters() == 0 &&
-           toolkit::inq_key_client() == nullptr && toolkit::inq_special_key() == 0;
-}
-
 void stopped_turn() {
     const gl::device d = gl::qtest();
-    if (d != gl::WINTHAW && d != gl::WINDROP && !is_free_key(d)) {
+    if (d != gl::WINTHAW && d != gl::WINDROP) {
         wait_and_route();
         return;
     }
@@ -124,10 +117,8 @@ void stopped_turn() {
     static_cast<void>(gl::qread(&value));
     if (d == gl::WINTHAW)
         thaw_window(value);
-    else if (d == gl::WINDROP)
-        view.drop(value);
     else
-        view.take_device(d, value);
+        view.drop(value);
 }
 
 void playing_turn(play_args &args, movie_ref &ref) {
@@ -210,8 +201,10 @@ void player_main_loop(int /*flag_a*/, int /*flag_b*/, int step) {
     if (!state.quit_requested && playback.render == 0) {
         close_link(parent_link);
         read_frame_from_file(playback, open_movie);
-        if (state.standalone || build_player_tool(playback) == 0)
+        if (state.standalone || build_player_tool(playback) == 0) {
+            toolkit::activatePullDownChoice(player_tool.quit.get());
             player_event_loop(playback, open_movie);
+        }
     }
     detach_link_status(parent_link);
     toolkit::system_terminate();

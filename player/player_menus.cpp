@@ -3,12 +3,14 @@
 #include "player/engine.h"
 #include "player/play_file.h"
 #include "player/player_window.h"
+#include "player/window_layout.h"
 #include "toolkit/dialogs/questions.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/widgets/pulldowns.h"
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace player {
@@ -52,6 +54,12 @@ rate_choice choice_of(float rate) {
     if (fixed != fixed_rates.end())
         return static_cast<rate_choice>(fixed - fixed_rates.begin());
     return rate == every_frame_rate ? rate_choice::every_frame : rate_choice::custom;
+}
+
+// A rate as a label shows it.
+int whole_rate(float rate) {
+    constexpr float most = 1e9F;
+    return std::isnan(rate) ? 0 : static_cast<int>(std::clamp(rate, -most, most));
 }
 
 void name_custom_rate(int rate) {
@@ -112,7 +120,7 @@ void add_file_choices(demon *menu) {
     player_tool.open = refer_to_demon(open);
     demon *save = nullptr;
     player_tool.save_file_tool = refer_to_demon(toolkit::addFileToolPullDownChoice(
-        menu, nullptr, "Save As...", true, 's', toolkit::alias_ctrl, "Ctrl+S", 0, is_movie_open(),
+        menu, nullptr, "Save As...", false, 's', toolkit::alias_ctrl, "Ctrl+S", 0, is_movie_open(),
         &save,
         {.pattern = movie_extension,
          .x = tool_place,
@@ -127,8 +135,9 @@ void add_file_choices(demon *menu) {
     player_tool.save_as = refer_to_demon(save);
     player_tool.quit = add_command(
         menu, "Quit", false, {'q', toolkit::alias_ctrl, "Ctrl+Q"},
-        [](word) {
-            if (state.standalone) // its key works whatever the choice looks like
+        [](word) { // its key works whatever the choice looks like
+            const auto *own = toolkit::as_pulldown_choice(player_tool.quit.get());
+            if (own != nullptr && own->active != 0)
                 quit_player(0);
         },
         state.standalone);
@@ -157,9 +166,10 @@ void add_zooms(demon *menu, const play_args &args) {
 
 demon *make_rate_menu(const play_args &args) {
     demon *menu = toolkit::addSubPullDown();
-    const rate_choice now = choice_of(static_cast<float>(static_cast<std::int32_t>(args.rate)));
+    const int rate = whole_rate(args.rate);
+    const rate_choice now = choice_of(static_cast<float>(rate));
     const bool is_fixed = place_of(now) < fixed_rates.size();
-    custom_rate = is_fixed ? usual_custom_rate : static_cast<std::int32_t>(args.rate);
+    custom_rate = is_fixed ? usual_custom_rate : rate;
     for (std::size_t i = 0; i < fixed_rates.size(); ++i)
         player_tool.rates[i] = add_radio(
             menu, fixed_rate_labels[i], false, nullptr,
@@ -177,7 +187,7 @@ demon *make_rate_menu(const play_args &args) {
 void add_playback_menu(demon *menu, const play_args &args) {
     add_modes(menu, args);
     add_zooms(menu, args);
-    addPullDownChoice(menu, nullptr, "Frame Rate", true, pulldown_kind::cascade, 0, 0, nullptr,
+    addPullDownChoice(menu, nullptr, "Frame Rate", false, pulldown_kind::cascade, 0, 0, nullptr,
                       nullptr, 0, make_rate_menu(args), false, true);
     player_tool.double_buffer = refer_to_demon(addPullDownChoice(
         menu, nullptr, "Double Buffer", false, pulldown_kind::toggle, 0, 0, nullptr,
@@ -187,8 +197,8 @@ void add_playback_menu(demon *menu, const play_args &args) {
 // --- keys ----------------------------------------------------------------------------------------
 
 void next_mode(word) {
-    const std::int32_t next = playback.mode == mode_swing ? mode_normal : playback.mode + 1;
-    toolkit::setWidgetValue(player_tool.modes[static_cast<std::size_t>(next)].get(), 1);
+    const bool is_followed = playback.mode == mode_normal || playback.mode == mode_loop;
+    set_mode(playback, is_followed ? playback.mode + 1 : mode_normal);
 }
 
 void open_tool(const demon_ref &tool) {
@@ -216,6 +226,8 @@ constexpr std::array player_keys{
     player_key{' ', 0, [](word) { play_forward(playback, open_movie); }},
     player_key{',', 0, [](word) { step_back(playback, open_movie); }},
     player_key{'.', 0, [](word) { step_forward(playback, open_movie); }},
+    player_key{toolkit::home_pressed, 0, [](word) { go_to_first(playback, open_movie); }},
+    player_key{toolkit::end_pressed, 0, [](word) { go_to_last(playback, open_movie); }},
     player_key{'r', 0, [](word) { play_reverse(playback, open_movie); }},
     player_key{'l', 0, next_mode},
     player_key{'V', toolkit::alias_all,
@@ -251,6 +263,7 @@ void set_mode(play_args &args, std::int32_t mode) {
     if (mode == mode_swing)
         state.swing_returning = false;
     args.mode = mode;
+    toolkit::updateWidgetValue(player_tool.modes[static_cast<std::size_t>(mode)].get(), 1);
 }
 
 void set_rate(play_args &args, float rate) {
@@ -271,8 +284,9 @@ void ask_custom_rate(play_args &args) {
 
 void update_rate_menu(const play_args &args) {
     const rate_choice now = choice_of(args.rate);
-    if (now == rate_choice::custom && args.rate >= 1)
-        name_custom_rate(static_cast<int>(std::min(args.rate, 1e9F)));
+    if (now == rate_choice::custom && args.rate >= 1 &&
+        args.rate != static_cast<float>(custom_rate))
+        name_custom_rate(whole_rate(args.rate));
     check_alone(now);
     set_active(player_tool.save_as, is_movie_open());
     set_active(player_tool.zoom_up, is_movie_open());
@@ -284,16 +298,12 @@ void zoom_up(play_args &args) {
     if (!is_movie_open())
         return;
     toolkit::activatePullDownChoice(player_tool.zoom_down.get());
-    const std::int64_t width = args.width;
-    const std::int64_t height = args.height;
-    const std::int64_t zoom = std::int64_t{args.zoom} + 1;
-    if (width * zoom > state.screen_width || height * zoom > state.screen_height) {
-        toolkit::deactivatePullDownChoice(player_tool.zoom_up.get());
-        return;
+    const std::int32_t largest = largest_zoom(args, {state.screen_width, state.screen_height});
+    if (args.zoom < largest) {
+        ++args.zoom;
+        fit_player_window(args);
     }
-    args.zoom = static_cast<std::int32_t>(zoom);
-    fit_player_window(args);
-    if (width * (zoom + 1) > state.screen_width || height * (zoom + 1) > state.screen_height)
+    if (args.zoom >= largest)
         toolkit::deactivatePullDownChoice(player_tool.zoom_up.get());
 }
 

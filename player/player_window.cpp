@@ -86,28 +86,64 @@ bool make_current() {
     return true;
 }
 
+// In a double-buffered window, frames go to the back buffer, which is shown then; all else is drawn
+// in both.
+void begin_frame() {
+    gl::frontbuffer(!gl::is_double_buffered());
+}
+
+void end_frame() {
+    const phase_timer timed(play_phase::presenting);
+    if (gl::is_double_buffered())
+        gl::swapbuffers();
+    else
+        gl::flush_windows();
+    gl::frontbuffer(true);
+}
+
 void draw_frame(const play_args &args) {
     if (!args.pixels || !make_current())
         return;
-    const bool is_double = gl::is_double_buffered();
-    if (is_double) {
-        gl::backbuffer(true);
-        gl::frontbuffer(false);
-    }
+    begin_frame();
     draw_picture(args);
-    const phase_timer timed(play_phase::presenting);
-    if (is_double) {
-        gl::swapbuffers();
+    end_frame();
+}
+
+// --- the same in strips
+
+toolkit::gl_matrix matrix_before;
+
+bool are_strips_possible() {
+    return layout.zoom >= 1 && layout.zoom == std::floor(layout.zoom) && make_current();
+}
+
+void begin_strips() {
+    begin_frame();
+    matrix_before = toolkit::gl_get_matrix();
+    toolkit::gl_put_matrix({});
+    gl::rectzoom(layout.zoom, layout.zoom);
+}
+
+void draw_strip(const play_args &args, int bottom, int rows,
+                std::span<const std::uint32_t> pixels) {
+    const int y = args.image_y + bottom * static_cast<int>(layout.zoom);
+    gl::lrectwrite(args.image_x, y, args.image_x + args.width - 1, y + rows - 1, pixels);
+}
+
+void end_strips(bool is_whole) {
+    gl::rectzoom(1, 1);
+    toolkit::gl_put_matrix(matrix_before);
+    if (is_whole)
+        end_frame();
+    else
         gl::frontbuffer(true);
-    } else {
-        gl::flush_windows();
-    }
 }
 
 // The picture's demon: the frame, or a hint where there is none.
 void draw_picture_demon(display_object *self) {
     toolkit::gl_fill_box(self->box, toolkit::colour_picture_ground);
     if (playback.pixels) {
+        catch_up_pixels(playback, open_movie);
         draw_picture(playback);
         return;
     }
@@ -295,16 +331,13 @@ void take_device(gl::device d, short value) {
             stop_playing(playback);
     } else if (d == gl::SPACEKEY) {
         stop_playing(playback);
-    } else if (d == gl::HOMEKEY) {
-        go_to_first(playback, open_movie);
-    } else if (d == gl::ENDKEY) {
-        go_to_last(playback, open_movie);
     }
 }
 
 void install_view() {
     view = {};
     view.draw_frame = draw_frame;
+    view.strips = {are_strips_possible, begin_strips, draw_strip, end_strips};
     view.show_position = show_position;
     view.fit = fit_player_window;
     view.queue_devices = queue_devices;

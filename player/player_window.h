@@ -80,7 +80,7 @@ void relabel_player_tool(const play_args &args);
 // Draws the picture in the buffers that are drawn in now.
 void draw_picture(const play_args &args);
 
-// What the menus do; they are called with the window open.
+// What the menus do; they are called with the window open, set_mode without one, too.
 void quit_player(toolkit::word unused);
 void zoom_up(play_args &args);
 void zoom_down(play_args &args);

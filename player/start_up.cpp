@@ -1,6 +1,7 @@
 #include "player/start_up.h"
 
 #include "player/engine.h"
+#include "player/player_window.h"
 #include "toolkit/graphics/font_names.h"
 
 #include <algorithm>
@@ -98,11 +99,11 @@ void start_autoplay(play_args &args, movie_ref &ref) {
         return;
     const std::string_view mode = wanted;
     if (mode == "normal") {
-        args.mode = mode_normal;
+        set_mode(args, mode_normal);
     } else if (mode == "loop") {
-        args.mode = mode_loop;
+        set_mode(args, mode_loop);
     } else if (mode == "swing") {
-        args.mode = mode_swing;
+        set_mode(args, mode_swing);
     } else {
         std::fprintf(stderr, "%s: PLAYER_AUTOPLAY is \"%s\", not normal, loop or swing.\n", gMe,
                      wanted);

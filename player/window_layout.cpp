@@ -122,6 +122,10 @@ extent fitted_picture(const play_args &args, extent screen) {
     return {std::max(static_cast<int>(screen.height * width / height), 1), screen.height};
 }
 
+std::int32_t largest_zoom(const play_args &args, extent screen) {
+    return std::max(std::min(screen.width / args.width, screen.height / args.height), 1);
+}
+
 window_layout fitted_layout(const play_args &args, extent screen) {
     const int sides = 2 * scale_x(margin);
     const int above_and_below = scale_y(frame_height);

@@ -41,6 +41,10 @@ struct window_layout {
 // taller pictures take the real ratio.
 [[nodiscard]] extent fitted_picture(const play_args &args, extent screen);
 
+// The largest zoom at which the picture is no larger than the screen: 1 or more. Only for a picture
+// that has pixels.
+[[nodiscard]] std::int32_t largest_zoom(const play_args &args, extent screen);
+
 // The window that shows the zoomed picture, with the controls around it, as large as the screen at
 // most: then the picture has less room, and is reduced into it.
 [[nodiscard]] window_layout fitted_layout(const play_args &args, extent screen);

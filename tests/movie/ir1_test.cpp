@@ -263,6 +263,22 @@ TEST(Ir1, AnyBytesDecodeAsTheModelSays) {
         const int result = movie::IR1_decompress(colour_table(), stream, decoded);
         EXPECT_EQ(decoded, expected);
         EXPECT_EQ(result == 0, std::ranges::count(expected, untouched) == 0);
+
+        movie::ir1_strips left; // the same, strip by strip, as far as the stream goes
+        ASSERT_EQ(movie::ir1_begin_strips(stream, &left), 0);
+        std::ranges::fill(decoded, untouched);
+        int outcome = 0;
+        while (outcome == 0 && left.rows > 0) {
+            const int rows = std::min(left.rows, static_cast<int>(random() % 3 + 1) * 4);
+            const auto below = static_cast<std::size_t>((left.rows - rows) * left.width);
+            const auto size = static_cast<std::size_t>(rows * left.width);
+            const std::span<std::uint32_t> strip = std::span(decoded).subspan(below, size);
+            outcome = movie::ir1_next_strip(colour_table(), left, rows, strip);
+        }
+        EXPECT_EQ(decoded, expected);
+        EXPECT_EQ(outcome, result);
+        EXPECT_EQ(movie::ir1_next_strip(colour_table(), left, left.rows + 4, decoded), -1);
+        EXPECT_EQ(movie::ir1_next_strip(colour_table(), left, 2, decoded), -1);
     }
 }
 

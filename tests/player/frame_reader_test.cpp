@@ -1,6 +1,8 @@
 #include "player/frame_reader.h"
 #include "tests/player/player_fixture.h"
 
+#include <random>
+
 namespace {
 
 using namespace player;
@@ -70,6 +72,67 @@ TEST_F(frame_reader_test, damage_before_any_picture_leaves_black) {
     testing::internal::CaptureStderr();
     expect_shown(0, 0);
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+}
+
+// A screen that strips are drawn on.
+struct strip_screen {
+    static inline bool is_open = true;
+    static inline int shown = 0; // whole frames
+    static inline std::vector<std::uint32_t> pixels;
+
+    static void draw(const play_args &args, int bottom, int rows,
+                     std::span<const std::uint32_t> strip) {
+        const auto width = static_cast<std::size_t>(args.width);
+        pixels.resize(width * static_cast<std::size_t>(args.height));
+        std::copy_n(strip.begin(), width * static_cast<std::size_t>(rows),
+                    pixels.begin() + static_cast<std::ptrdiff_t>(bottom) * args.width);
+    }
+    static constexpr strip_view view{[] { return is_open; }, [] {}, draw,
+                                     [](bool is_whole) { shown += is_whole ? 1 : 0; }};
+};
+
+TEST_F(frame_reader_test, strips_show_what_the_pixels_would_and_these_catch_up) {
+    const int width = 1024, height = 200; // several strips, and a smaller last one
+    std::mt19937 random(7);
+    std::vector<std::uint32_t> image(static_cast<std::size_t>(width * height));
+    std::vector<std::uint8_t> noise(movie::ir1_worst_case(width, height));
+    std::ranges::generate(image, random);
+    noise.resize(static_cast<std::size_t>(movie::IR1_compress(image, width, height, noise, 12)));
+    std::vector<std::uint8_t> half = noise;
+    half.resize(half.size() * 2 / 3);
+    open(write_movie({.frames = 6,
+                      .width = width,
+                      .height = height,
+                      .data = {{1, noise}, {2, {}}, {3, half}},
+                      .missing = {5}}));
+    strip_screen::is_open = true;
+    strip_screen::shown = 0;
+    ASSERT_TRUE(read_frame_from_file(args, ref));
+    const auto draw = [&](int frame) {
+        args.current = frame;
+        return draw_frame_in_strips(args, ref, strip_screen::view);
+    };
+    EXPECT_EQ(draw(0), strip_result::unchanged) << "the pixels show it";
+    EXPECT_EQ(draw(1), strip_result::drawn);
+    EXPECT_EQ(draw(2), strip_result::unchanged) << "a repeat of what was drawn";
+    EXPECT_EQ(args.pixels.span()[0], frame_colour(0)) << "went past them";
+    const std::vector<std::uint32_t> seen = strip_screen::pixels;
+    catch_up_pixels(args, ref);
+    EXPECT_TRUE(std::ranges::equal(args.pixels.span(), seen));
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(draw(4), strip_result::drawn);
+    EXPECT_EQ(draw(3), strip_result::spoilt);
+    catch_up_pixels(args, ref);
+    EXPECT_EQ(args.pixels.span()[0], frame_colour(4)) << "the last whole one";
+    EXPECT_EQ(draw(5), strip_result::unchanged) << "not written";
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("ends too early"), std::string::npos);
+    EXPECT_EQ(strip_screen::shown, 2);
+
+    strip_screen::is_open = false;
+    EXPECT_EQ(draw(1), strip_result::unavailable);
+    EXPECT_TRUE(read_frame_from_file(args, ref));
+    EXPECT_TRUE(std::ranges::equal(args.pixels.span(), seen));
 }
 
 TEST_F(frame_reader_test, a_movie_under_construction_plays_as_far_as_it_is_written) {

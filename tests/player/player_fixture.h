@@ -30,12 +30,16 @@ inline std::uint32_t frame_colour(int i) {
     return (n % 32) << 3 | (n / 32 % 32) << 11;
 }
 
-inline std::vector<std::uint8_t> packed_frame(int i, int width = side, int height = side) {
+// A picture of one colour.
+inline std::vector<std::uint8_t> packed_picture(std::uint32_t colour, int width, int height) {
     const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    const std::vector<std::uint32_t> image(pixels, frame_colour(i));
+    const std::vector<std::uint32_t> image(pixels, colour);
     std::vector<std::uint8_t> packed(movie::ir1_worst_case(width, height));
     packed.resize(static_cast<std::size_t>(movie::IR1_compress(image, width, height, packed, 12)));
     return packed;
+}
+inline std::vector<std::uint8_t> packed_frame(int i, int width = side, int height = side) {
+    return packed_picture(frame_colour(i), width, height);
 }
 
 struct movie_plan {

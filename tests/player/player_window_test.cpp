@@ -1,5 +1,6 @@
 // What the window's menus, buttons and fields do when hands use them.
 #include "platform/gl/windows.h"
+#include "player/start_up.h"
 #include "tests/player/window_fixture.h"
 
 #include "toolkit/text/smpte.h"
@@ -57,6 +58,19 @@ TEST_F(player_window_test, the_playback_menu_sets_mode_and_rate) {
     }
 }
 
+TEST_F(player_window_test, the_menu_has_the_mode_that_the_environment_asks_for) {
+    load({.frames = 5});
+    setenv("PLAYER_AUTOPLAY", "swing", 1);
+    start_autoplay(args, ref);
+    unsetenv("PLAYER_AUTOPLAY");
+    EXPECT_TRUE(state.playing);
+    EXPECT_TRUE(is_checked(player_tool.modes[mode_swing]));
+    EXPECT_FALSE(is_checked(player_tool.modes[mode_normal]));
+    tap(' '), tap('l');
+    run();
+    EXPECT_EQ(args.mode, mode_normal);
+}
+
 TEST_F(player_window_test, other_rates_are_custom_ones) {
     struct row {
         const char *typed; // null: the question is left by Escape; "": what stands there is taken
@@ -68,6 +82,7 @@ TEST_F(player_window_test, other_rates_are_custom_ones) {
                                          {"", 10, "Custom (10)...", "3"},
                                          {"0", 1, "Custom (1)...", "3"},
                                          {"48", 48, "Custom (48)...", "3"},
+                                         {"2147483647", 0x1p31F, "Custom (2147483647)...", "3"},
                                          {"25", 25, "Custom (25)...", "1"}}) {
         told.clear();
         choose(rate(rate_choice::custom), [&] {
@@ -238,6 +253,7 @@ TEST_F(player_window_test, the_time_field_takes_frames_that_there_are) {
                                          {"::", 7, "00:00:00:07"},
                                          {"49", 49, "00:00:01:19"}}) {
         click(player_tool.time);
+        tap(display::key_end); // of what stands there
         tap('a', {display::key_control_left});
         type(r.typed);
         then([] { EXPECT_FALSE(state.playing) << "what is typed works nothing else"; });

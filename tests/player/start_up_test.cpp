@@ -132,6 +132,11 @@ TEST_F(start_up_test, loading_zooms_up_to_about_the_area_before) {
         EXPECT_STREQ(args.name.data(), "test.reel");
         EXPECT_EQ(args.pixels.span().back(), frame_colour(0));
     }
+    for (const row &r : std::vector<row>{{4, 4, 256}, {64, 48, 20}, {4, 1000, 1}}) {
+        args.width = 3840, args.height = 2160, args.zoom = 1;
+        load(write_movie({.width = r.width, .height = r.height}), 0);
+        EXPECT_EQ(args.zoom, r.zoom) << "as much as the screen has room for";
+    }
     // From a zoomed picture: (64 x 3) x (48 x 3) pixels.
     empty_window();
     load(write_movie({.width = 64, .height = 48}), 0);

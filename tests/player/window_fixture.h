@@ -97,8 +97,6 @@ protected:
     void tap(int code, const std::vector<int> &with = {}) {
         for (const int held : with)
             send(display::event_kind::key, held, true);
-        if (code == display::key_home || code == display::key_end)
-            wake();
         send(display::event_kind::key, code, true);
         send(display::event_kind::key, code, false);
         for (const int held : with)

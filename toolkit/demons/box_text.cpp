@@ -67,7 +67,9 @@ std::string fit_text(int slot, std::string_view text, int width) {
         else
             over = middle;
     }
-    return std::string(text.substr(0, character_start(text, fits))).append(ellipsis);
+    std::string cut(text.substr(0, character_start(text, fits)));
+    cut.erase(cut.find_last_not_of(' ') + 1); // else a gap would stand before the dots
+    return cut.append(ellipsis);
 }
 
 void draw_text(int x, int y, int slot, std::string_view text, look state) {

@@ -100,7 +100,12 @@ void set_total_filter(demon *self, object *, demon_message *event) {
 }
 
 demon *inq_event_receiver(std::int16_t input_class) {
-    const event_filter *top = link_top_filter();
+    link_top_filter();
+    return peek_event_receiver(input_class);
+}
+
+demon *peek_event_receiver(std::int16_t input_class) {
+    const event_filter *top = top_filter();
     if (top != nullptr && (top->mask & input_class) != 0)
         return top->receiver.get();
     return inq_demon_god();

@@ -50,4 +50,8 @@ void set_total_filter(demon *self, object *sender, demon_message *event);
 // Who gets events of a class (one bit): the filter's demon, else the god; null when there is none.
 [[nodiscard]] demon *inq_event_receiver(std::int16_t input_class);
 
+// The same, for draw routines: a filter that counts again may have demons told that the pointer is
+// in them, but not by this.
+[[nodiscard]] demon *peek_event_receiver(std::int16_t input_class);
+
 } // namespace toolkit

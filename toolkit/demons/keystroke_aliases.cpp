@@ -52,6 +52,8 @@ const keystroke_alias *find_alias(int key, std::uint32_t modifiers) {
 const keystroke_alias *find_typed(int key, std::uint32_t held) {
     if (const keystroke_alias *exact = find_alias(key, held))
         return exact;
+    if (is_editing_key(key))
+        return nullptr; // Shift makes no other key of it
     if (const keystroke_alias *shifted = find_alias(key, held & ~alias_shift))
         return shifted;
     if (!is_letter(key))

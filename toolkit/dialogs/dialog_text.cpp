@@ -102,6 +102,7 @@ void cut_lines(int slot, const room &most, std::vector<std::string> *lines) {
     std::string &last = lines->back();
     while (!last.empty() && !fits(slot, last + std::string(ellipsis), most.width))
         last.resize(step_back(last, last.size()));
+    last.erase(last.find_last_not_of(' ') + 1);
     last += ellipsis;
 }
 
@@ -126,9 +127,8 @@ dialog_layout lay_out_dialog(std::string_view text, int slot, const dialog_conte
     dialog_layout layout;
     layout.lines = split_text(text, slot);
     int text_width = 0;
-    for (std::string &line : layout.lines) {
+    for (const std::string &line : layout.lines) {
         const text_size size = gl_inq_text_extent(slot, line);
-        line.erase(line.find_last_not_of(' ') + 1); // it stands in the middle without its blanks
         text_width = std::max(text_width, size.width + text_padding);
         layout.line_height = std::max(layout.line_height, size.height + line_padding);
     }

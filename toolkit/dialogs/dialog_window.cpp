@@ -1,11 +1,15 @@
 #include "toolkit/dialogs/dialog_window.h"
 
 #include "platform/gl/input.h"
+#include "toolkit/demons/box_text.h"
 #include "toolkit/dialogs/dialogs.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/graphics/bitmaps.h"
+#include "toolkit/graphics/drawing.h"
+#include "toolkit/graphics/text.h"
 #include "toolkit/graphics/window_table.h"
 #include "toolkit/objects/object_names.h"
+#include "toolkit/widgets/control.h"
 #include "toolkit/widgets/controls.h"
 
 #include <algorithm>
@@ -29,9 +33,25 @@ void place_exactly(demon *widget, const demon *window, const screen_box &within)
                                 clamp_16(window->box.y + within.y), within.width, within.height});
 }
 
+// A label whose text begins where that of the field does, above the first button. Its slot is the
+// routine's first word.
+void draw_line(display_object *d) {
+    auto *self = static_cast<control *>(d);
+    const int slot = static_cast<int>(self->first_word);
+    const int y = self->box.y + (self->box.height - gl_inq_font_y_extent(slot)) / 2;
+    gl_fill_box(self->box, ground_of(self));
+    set_clip_box(self->box);
+    draw_text(self->box.x + margin, y, slot, label_of(self));
+    reset_clip_box();
+}
+
 void add_line(dialog_window *window, std::string_view text, const screen_box &within) {
     demon *line = addLabel(window, within.x, within.y, within.width, within.height, text,
-                           dialog_font_slot, label_place::middle);
+                           dialog_font_slot, label_place::left);
+    if (line == nullptr)
+        return;
+    line->first_word = static_cast<word>(dialog_font_slot);
+    line->draw = draw_line;
     place_exactly(line, window, within);
 }
 

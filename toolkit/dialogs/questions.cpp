@@ -83,7 +83,7 @@ bool accept_folder(const std::string &path) {
 }
 
 bool accept_to_read(const std::string &path) {
-    if (!is_folder(path) && may_access(path, R_OK))
+    if (is_readable_file(path))
         return true;
     tell(path + not_readable);
     return false;
@@ -91,9 +91,10 @@ bool accept_to_read(const std::string &path) {
 
 // What stands in the way of writing a file: itself, or its folder; empty when nothing does.
 std::string unwritable_part(const std::string &path) {
-    if (is_folder(path) || path.ends_with('/'))
+    const file_kind kind = kind_of_file(path);
+    if (path.ends_with('/') || kind == file_kind::folder || kind == file_kind::other)
         return path;
-    if (is_there(path))
+    if (kind == file_kind::plain)
         return may_access(path, W_OK) ? "" : path;
     const std::string folder = parent_folder(path);
     return is_folder(folder) && may_access(folder, W_OK | X_OK) ? "" : folder;

@@ -2,6 +2,8 @@
 
 #include "toolkit/events/event_journal.h"
 
+#include <utility>
+
 namespace toolkit {
 
 namespace {
@@ -11,6 +13,7 @@ struct window_state {
     int recorded = 0; // the last one that the record has told of
 };
 window_state state;
+void (*window_call)() = nullptr;
 
 } // namespace
 
@@ -19,13 +22,18 @@ int inq_input_window() {
 }
 
 void set_input_window(int window) {
-    state.now = window;
+    if (std::exchange(state.now, window) != window && window_call != nullptr)
+        window_call();
+}
+
+void set_input_window_call(void (*call)()) {
+    window_call = call;
 }
 
 void begin_journal_input() {
     state.recorded = 0;
     if (play_switch != 0)
-        state.now = 0;
+        set_input_window(0);
 }
 
 void forget_input_window() {

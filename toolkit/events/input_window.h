@@ -15,6 +15,9 @@ namespace toolkit {
 [[nodiscard]] int inq_input_window();
 void set_input_window(int window);
 
+// Called when it has become another one. Null: nobody.
+void set_input_window_call(void (*call)());
+
 // With play_switch set, nobody has said so yet.
 void begin_journal_input();
 

@@ -152,7 +152,7 @@ int s_to_f(std::string_view text, float *value) {
 }
 
 void f_to_s(float value, std::span<char> buffer) {
-    const std::int32_t frame = truncate_to_int(value + 0.5F);
+    const std::int32_t frame = truncate_to_int(double{value} + 0.5);
     if (state.mode == display_mode::cells) {
         std::snprintf(buffer.data(), buffer.size(), "%d", frame);
         return;

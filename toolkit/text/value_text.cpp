@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <limits>
 #include <numbers>
+#include <type_traits>
 
 namespace toolkit {
 
@@ -19,6 +20,21 @@ constexpr double degrees_per_half_turn = 180;
 
 void skip_blanks(std::string_view &text) {
     text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+}
+
+// What stands for a number that is too large for its type, or too near to zero.
+template <typename number> number out_of_range(std::string_view written) {
+    using limits = std::numeric_limits<number>;
+    if constexpr (std::is_floating_point_v<number>) {
+        constexpr std::size_t none = std::string_view::npos;
+        const std::string_view whole = written.substr(0, written.find('.'));
+        const bool has_exponent = written.find_first_of("eE") != none;
+        const bool is_small =
+            has_exponent ? written.find('-', 1) != none : whole.find_first_of("123456789") == none;
+        if (is_small)
+            return 0;
+    }
+    return written.starts_with('-') ? limits::lowest() : limits::max();
 }
 
 // Takes a number and the blanks before it off the text. False, and the text as it was, when there
@@ -35,13 +51,11 @@ template <typename number> bool take_number(std::string_view &text, number &valu
     const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), read);
     if (error == std::errc::invalid_argument)
         return false;
-    if (error == std::errc::result_out_of_range) {
-        const bool negative = rest.starts_with('-');
-        read =
-            negative ? std::numeric_limits<number>::lowest() : std::numeric_limits<number>::max();
-    }
+    const auto count = static_cast<std::size_t>(end - rest.data());
+    if (error == std::errc::result_out_of_range)
+        read = out_of_range<number>(rest.substr(0, count));
     value = read;
-    text = rest.substr(static_cast<std::size_t>(end - rest.data()));
+    text = rest.substr(count);
     return true;
 }
 

@@ -15,7 +15,6 @@ object_set *Button_Set = nullptr;
 
 namespace {
 
-constexpr int face_margin = 3; // of a button's outline and bevel
 constexpr const char *disabled_icon = ".disabled";
 
 int icon_index(std::string_view name) {

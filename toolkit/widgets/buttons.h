@@ -6,6 +6,8 @@
 
 namespace toolkit {
 
+inline constexpr int face_margin = 3; // of a button's outline and bevel
+
 // Places in the bitmap table, no_bitmap where there is none.
 struct face_icons {
     int normal;

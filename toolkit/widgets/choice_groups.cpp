@@ -4,8 +4,7 @@
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/drawing.h"
 #include "toolkit/graphics/fonts.h"
-#include "toolkit/widgets/control.h"
-#include "toolkit/widgets/controls.h"
+#include "toolkit/widgets/buttons.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +13,6 @@ namespace toolkit {
 
 namespace {
 
-constexpr int face_margin = 3;
 constexpr int mark_radius = 6;
 constexpr int mark_room = 2 * mark_radius + 4; // left of a radio choice's label
 

@@ -21,9 +21,9 @@ void set_clipboard_text(std::string_view text); // UTF-8
 // button pastes.
 enum class clipboard_source { clipboard, selection };
 
-// Asks for a text; `call` is given it, while the receiver lives. At once, when this program has offered it; else from the
-// event loop, a moment later, or never, when there is none or who has it does not answer within a
-// second. Another request takes the place of one that is not answered yet.
+// Asks for a text; `call` is given it, while the receiver lives. At once, when this program has
+// offered it; else from the event loop, a moment later, or never, when there is none or who has it
+// does not answer within a second. Another request takes the place of one that is not answered yet.
 using clipboard_call = void (*)(demon *receiver, std::string_view text);
 void request_clipboard_text(clipboard_source source, demon *receiver, clipboard_call call);
 

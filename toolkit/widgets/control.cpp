@@ -8,7 +8,9 @@
 #include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/demons/window_demons.h"
 #include "toolkit/events/event_input.h"
+#include "toolkit/events/input_window.h"
 #include "toolkit/graphics/colour_indices.h"
+#include "toolkit/graphics/window_table.h"
 #include "toolkit/objects/bounded_text.h"
 
 #include <algorithm>
@@ -80,6 +82,29 @@ bool wants_editing_key(std::int16_t key) {
     const control *client = as_control(inq_key_client());
     return (client != nullptr && client->kind->is_typed_in && takes_input(client)) ||
            has_keystroke_alias(key);
+}
+
+// The window that has the desktop's keyboard, if it is one of the program's.
+const iris_window_demon *window_with_keyboard() {
+    const object *owner = gl_get_wid_demon(gl_find_wid(inq_input_window()));
+    return is_live(owner) && is_iris_window_demon(owner)
+               ? static_cast<const iris_window_demon *>(owner)
+               : nullptr;
+}
+
+// Another window has the desktop's keyboard: who holds the keyboard of one shows whether it counts.
+void draw_keyboard_clients() {
+    const graphics_bracket bracket;
+    follow_iris_windows();
+    for (int wid = 0; wid < num_wids; ++wid) {
+        const object *owner = gl_get_wid_demon(wid);
+        if (!is_live(owner) || !is_iris_window_demon(owner))
+            continue;
+        control *client =
+            as_control(static_cast<const iris_window_demon *>(owner)->keyboard_client.get());
+        if (client != nullptr && client->kind->is_typed_in)
+            redraw_control(client);
+    }
 }
 
 // What is typed in another control of the window is settled before this one is used. Returns
@@ -227,6 +252,7 @@ object_class *inq_control_class() {
         return nullptr;
     set_method<control_set_enable_input>(made, msg_set_enable_input);
     set_editing_key_question(wants_editing_key);
+    set_input_window_call(draw_keyboard_clients);
     return keep_class_in(&Control_Class, made);
 }
 
@@ -296,6 +322,15 @@ void set_control_label(control *self, std::string_view text) {
 void redraw_control(control *self) {
     if (getTarnBatchMode() == 0)
         demon_draw_message(self);
+}
+
+bool are_keys_for(const demon *client) {
+    const demon *typed_at = window_with_keyboard();
+    const demon *receiver = peek_event_receiver(input_keyboard); // a dialog, whoever is typed at
+    for (const demon *d = client; d != nullptr; d = d->parent.get())
+        if (is_iris_window_demon(d))
+            return typed_at == nullptr || d == typed_at || d == receiver;
+    return true;
 }
 
 void notify_control(const control *self) {

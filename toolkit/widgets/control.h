@@ -95,6 +95,10 @@ void set_control_label(control *self, std::string_view text); // not drawn
 // Draws it, if it is visible and this is not batch mode.
 void redraw_control(control *self);
 
+// Whether keys may come to a demon that has the keyboard of its window: not while another window of
+// the program has the desktop's. Controls that are typed in are drawn again when that changes.
+[[nodiscard]] bool are_keys_for(const demon *client);
+
 // Calls its function: the last thing to be done with it.
 void notify_control(const control *self);
 

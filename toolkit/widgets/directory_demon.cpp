@@ -147,22 +147,28 @@ void open_from_list(file_list *list) {
         open_selected(self);
 }
 
-// The list has the keyboard again, which the press has taken.
-void press_up(word argument) {
+// The list has the keyboard again, which the press has taken. Returns the tool, if it is there yet.
+directory_demon *type_at_list(word argument) {
+    const demon_ref kept = refer_to_demon(tool_of(argument));
     give_keyboard(tool_of(argument)->list);
-    go_to_parent(tool_of(argument));
+    return as_directory_demon(kept.get());
+}
+
+void press_up(word argument) {
+    if (directory_demon *self = type_at_list(argument))
+        go_to_parent(self);
 }
 
 void press_home(word argument) {
-    give_keyboard(tool_of(argument)->list);
-    static_cast<void>(go_to_directory(tool_of(argument), home_folder()));
+    if (directory_demon *self = type_at_list(argument))
+        static_cast<void>(go_to_directory(self, home_folder()));
 }
 
 void press_hidden(word argument) {
     directory_list &files = tool_of(argument)->contents->files;
     files.with_hidden = !files.with_hidden;
-    give_keyboard(tool_of(argument)->list);
-    reread_directory(tool_of(argument));
+    if (directory_demon *self = type_at_list(argument))
+        reread_directory(self);
 }
 
 void press_accept_button(word argument) {

@@ -8,11 +8,6 @@ namespace toolkit {
 
 namespace {
 
-// Plain files alone: to open a pipe would wait for its other end.
-bool is_readable(const std::string &path) {
-    return kind_of_file(path) == file_kind::plain && may_access(path, R_OK);
-}
-
 bool is_writable(const std::string &path, file_kind kind) {
     if (kind == file_kind::none)
         return may_access(parent_folder(path), W_OK | X_OK);
@@ -54,7 +49,7 @@ void save_as(directory_demon *self, const std::string &path) {
 
 // A file that is not readable may be so because its folder is gone.
 void open_file(directory_demon *self, const std::string &path) {
-    if (is_readable(path)) {
+    if (is_readable_file(path)) {
         accept_file(self, path);
         return;
     }
@@ -73,7 +68,8 @@ void accept_typed(directory_demon *self, std::string_view text) {
     else if (self->is_saving)
         save_as(self, full);
     else
-        open_file(self, kind_of_file(path) == file_kind::none && is_readable(full) ? full : path);
+        open_file(self,
+                  kind_of_file(path) == file_kind::none && is_readable_file(full) ? full : path);
 }
 
 std::string path_of_selected(const directory_demon *self) {

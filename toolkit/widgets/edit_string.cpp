@@ -27,13 +27,6 @@ edit_string_demon *own(demon *self) {
     return static_cast<edit_string_demon *>(self);
 }
 
-demon *window_of(const demon *self) {
-    demon *d = self->parent.get();
-    while (d != nullptr && !is_iris_window_demon(d))
-        d = d->parent.get();
-    return d;
-}
-
 std::string_view saved_text(const edit_string_demon *self) {
     return self->saved.data();
 }
@@ -321,7 +314,7 @@ void edit_string_demon_set_keyboard_client(edit_string_demon *self, object *send
     if (kept.get() == nullptr)
         return;
     // Who had it, or was asked for that, may have wished otherwise.
-    demon *window = window_of(self);
+    demon *window = getTopWidget(self);
     const bool is_holder = demon_get_keyboard_client(self, self, 0) == self;
     if (!is_gain)
         lose_keyboard(self);
@@ -333,7 +326,8 @@ void give_up_keyboard_unasked(edit_string_demon *self) {
     const demon_ref kept = refer_to_demon(self);
     const bool was_visible = is_visible(self);
     set_visible_bit(self, false);
-    demon_keyboard_client_message(self, nullptr);
+    if (self->has_keyboard) // who was told may have given it to another one
+        demon_keyboard_client_message(self, nullptr);
     if (kept.get() == nullptr)
         return;
     set_visible_bit(self, was_visible);

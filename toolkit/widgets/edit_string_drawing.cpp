@@ -73,7 +73,7 @@ bool is_seen(const edit_string_demon *self) {
 int outline_of(const edit_string_demon *self) {
     if (!takes_input(self))
         return colour_dark_gray;
-    if (self->has_keyboard)
+    if (self->has_keyboard && are_keys_for(self))
         return colour_accent;
     return self->hilited != 0 ? colour_gray : colour_drawing;
 }
@@ -168,7 +168,7 @@ void edit_string_draw_text_right(edit_string_demon *self) {
 void edit_string_draw_marker(edit_string_demon *self) {
     if (!is_seen(self))
         return;
-    const bool is_lit = self->has_keyboard && self->is_marker_lit;
+    const bool is_lit = self->has_keyboard && self->is_marker_lit && are_keys_for(self);
     set_win_do(self);
     const screen_box marker = marker_of(self);
     if (!in_box(text_box(self), {marker.x, marker.y}))

@@ -12,6 +12,8 @@ namespace toolkit {
 namespace {
 
 constexpr int time_code_length = 11; // of HH:MM:SS:FF, which a field must be able to show
+constexpr std::size_t most_parts = 4;
+constexpr std::string_view separators = " :";
 
 struct time_field : edit_string_demon { // its value is the control's
     float minimum;
@@ -59,11 +61,32 @@ bool take_time(control *d, const widget_value &given) {
     return is_other;
 }
 
+bool is_whole_number(std::string_view text) {
+    text.remove_prefix(text.starts_with('-') || text.starts_with('+') ? 1 : 0);
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// Whether nothing but a time code, or a count, is in the text: s_to_f reads what it can.
+bool is_time_text(std::string_view text) {
+    std::size_t parts = 0;
+    for (;; ++parts) {
+        text.remove_prefix(std::min(text.find_first_not_of(separators), text.size()));
+        if (text.empty())
+            break;
+        const std::size_t end = std::min(text.find_first_of(separators), text.size());
+        if (!is_whole_number(text.substr(0, end)))
+            return false;
+        text.remove_prefix(end);
+    }
+    return parts > 0 && parts <= (inq_smpte_display() != 0 ? most_parts : 1);
+}
+
 bool accept_time(edit_string_demon *d) {
     time_field *self = own(d);
+    const std::string_view text = text_of(self->line);
     float entered = 0;
-    const bool is_frame = s_to_f(text_of(self->line), &entered) != 0 && entered >= self->minimum &&
-                          entered <= self->maximum;
+    const bool is_frame = is_time_text(text) && s_to_f(text, &entered) != 0 &&
+                          entered >= self->minimum && entered <= self->maximum;
     const bool is_other = is_frame && entered != self->value;
     if (is_frame)
         self->value = entered;

@@ -30,4 +30,8 @@ bool may_access(const std::string &path, int mode) {
     return ::faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
 }
 
+bool is_readable_file(const std::string &path) {
+    return kind_of_file(path) == file_kind::plain && may_access(path, R_OK);
+}
+
 } // namespace toolkit

@@ -21,4 +21,7 @@ enum class file_kind : std::uint8_t { none, plain, folder, other };
 // As opening it would find, which goes by the effective user.
 [[nodiscard]] bool may_access(const std::string &path, int mode);
 
+// Plain files alone: to open a pipe would wait for its other end.
+[[nodiscard]] bool is_readable_file(const std::string &path);
+
 } // namespace toolkit

@@ -75,9 +75,13 @@ void draw_sheet(int x, int y, look state) {
 
 // ---- rows
 
+bool is_typed_at(const file_list *self) {
+    return self->has_keyboard && are_keys_for(self);
+}
+
 int ground_of_row(const file_list *self, std::ptrdiff_t entry) {
     if (entry == self->selected)
-        return self->has_keyboard ? colour_accent_ground : colour_medium_gray;
+        return is_typed_at(self) ? colour_accent_ground : colour_medium_gray;
     return entry == self->hovered ? hilited(colour_well) : colour_well;
 }
 
@@ -160,6 +164,8 @@ std::string fit_name(int slot, std::string_view name, int width) {
     }
     while (fits > 0 && fm::is_continuation(name[fits]))
         --fits;
+    while (fits > 0 && name[fits - 1] == ' ') // else a gap would stand before the dots
+        --fits;
     return std::string(name.substr(0, fits)).append(ellipsis).append(name.substr(end));
 }
 
@@ -167,9 +173,9 @@ void file_list_draw(display_object *d) {
     const auto *self = static_cast<const file_list *>(d);
     const bool takes_input = (self->flags & flag_input) != 0;
     gl_outline_fill_box(self->box, colour_well,
-                        !takes_input         ? colour_dark_gray
-                        : self->has_keyboard ? colour_accent
-                                             : colour_drawing);
+                        !takes_input        ? colour_dark_gray
+                        : is_typed_at(self) ? colour_accent
+                                            : colour_drawing);
     draw_header(self);
     for (std::ptrdiff_t i = self->top; is_entry_seen(self, i); ++i)
         draw_entry(self, i);

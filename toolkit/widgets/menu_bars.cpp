@@ -83,6 +83,24 @@ object_class *inq_pulldown_switch_class() {
     return keep_class_in(&Pulldown_Switch_Class, made);
 }
 
+// ---- the bar
+
+void menu_bar_b1_up(demon *self, object *sender, demon_message *m) {
+    demon_generic(self, sender, m);
+}
+
+void menu_bar_b1_down(demon *self, object *sender, demon_message *m) {
+    demon_generic(self, sender, m);
+}
+
+void menu_bar_destroy(demon *self, object *sender, demon_message *m) {
+    demon_destroy(self, sender, m); // its switches close what is open
+}
+
+bool is_menu_bar(demon *d) {
+    return is_generic_demon(d) && static_cast<generic_demon *>(d)->on.destroy == menu_bar_destroy;
+}
+
 // ---- making
 
 pulldown_switch *create_pulldown_switch(int height) {
@@ -123,7 +141,7 @@ int last_place(const demon *bar) {
 
 demon *add_switch(demon *bar, const char *label, word help_id, switch_style style) {
     const graphics_bracket bracket;
-    if (bar == nullptr) {
+    if (!is_menu_bar(bar)) {
         std::fputs("Must create menu bar before adding pulldowns\n", stdout);
         return nullptr;
     }
@@ -149,26 +167,6 @@ demon *add_switch(demon *bar, const char *label, word help_id, switch_style styl
 int width_of_switch(const pulldown_switch *s) {
     const int arrow = s->style == switch_style::arrow ? scale_x(switch_arrow_width) : 0;
     return getStringWidth(font_slot_bold, s->label.data()) + 2 * scale_x(switch_margin) + arrow;
-}
-
-// ---- the bar
-
-void menu_bar_b1_up(demon *self, object *sender, demon_message *m) {
-    demon_generic(self, sender, m);
-}
-
-void menu_bar_b1_down(demon *self, object *sender, demon_message *m) {
-    demon_generic(self, sender, m);
-}
-
-void menu_bar_destroy(demon *self, object *sender, demon_message *m) {
-    demon_destroy(self, sender, m); // its switches close what is open
-}
-
-bool can_open(pulldown_switch *s) {
-    const pulldown *panel = as_pulldown(s);
-    return (s->flags & flag_input) != 0 && (s->flags & flag_visible) != 0 && panel != nullptr &&
-           panel->count > 0;
 }
 
 } // namespace
@@ -257,6 +255,12 @@ void lay_out_menu_bar(demon *bar) {
     }
     if (kept.get() != nullptr && bar->window != no_window)
         demon_draw_message(bar);
+}
+
+bool can_open(pulldown_switch *s) {
+    const pulldown *panel = as_pulldown(s);
+    return (s->flags & flag_input) != 0 && (s->flags & flag_visible) != 0 && panel != nullptr &&
+           panel->count > 0;
 }
 
 pulldown_switch *next_switch(pulldown_switch *from, int step) {

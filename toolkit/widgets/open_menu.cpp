@@ -93,6 +93,8 @@ void redraw_switch(const demon_ref &s) {
 // Under its switch; over it where there is no room.
 void pop_under(pulldown_switch *s) {
     pulldown *p = as_pulldown(s);
+    if (p == nullptr)
+        return;
     int screen_width = 0, screen_height = 0;
     gl_get_device_extent(&screen_width, &screen_height);
     const int x = std::clamp<int>(s->box.x, 0, std::max(screen_width - p->box.width, 0));
@@ -182,7 +184,7 @@ bool is_new_escape() {
 }
 
 bool is_choosable(const pulldown_choice *choice) {
-    return choice != nullptr && choice->active != 0;
+    return choice != nullptr && can_be_chosen(choice);
 }
 
 pulldown_choice *selected_in(const pulldown *p) {
@@ -228,7 +230,7 @@ void step_aside(int step) {
 
 // Releasing over a choice, or Return on it.
 void choose(pulldown_choice *choice) {
-    if (choice->active == 0) {
+    if (!can_be_chosen(choice)) {
         demon_message m;
         m.code = msg_left_up;
         send_demon_message(choice, nullptr, m);
@@ -364,9 +366,9 @@ demon *create_pulldown_god() {
 
 // Takes all input for the menu of a window.
 bool begin_menu(const pulldown_switch *s) {
-    demon *god = create_pulldown_god();
     const window_record *window = gl_get_window_record(s->window);
-    if (god == nullptr || window == nullptr)
+    demon *god = window != nullptr ? create_pulldown_god() : nullptr;
+    if (god == nullptr)
         return false;
     menu = {};
     menu.phase = menu_phase::open;
@@ -387,16 +389,13 @@ void open_menu(pulldown_switch *s) {
     const demon_ref kept = refer_to_demon(s);
     closePullDowns();
     follow_iris_windows();
-    const pulldown *p = as_pulldown(kept.get());
-    if (p != nullptr && p->count > 0 && begin_menu(s))
+    if (kept.get() != nullptr && can_open(s) && begin_menu(s))
         show_pulldown_of(s);
 }
 
 void enter_switch(pulldown_switch *s) {
     const pulldown_switch *now = open_switch();
-    const pulldown *p = as_pulldown(s);
-    if (now != nullptr && now != s && now->parent.get() == s->parent.get() && p != nullptr &&
-        p->count > 0 && (s->flags & flag_input) != 0)
+    if (now != nullptr && now != s && now->parent.get() == s->parent.get() && can_open(s))
         show_pulldown_of(s);
 }
 

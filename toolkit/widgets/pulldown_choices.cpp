@@ -49,7 +49,7 @@ void pulldown_choice_box_in(pulldown_choice *self, object *sender, demon_message
     demon_box_in(self, sender, m);
     if (kept.get() != nullptr)
         push_other_launch(self);
-    if (kept.get() != nullptr && self->active != 0)
+    if (kept.get() != nullptr && can_be_chosen(self))
         demon_hilite_message(self);
     if (kept.get() != nullptr && is_at_launch(self, at))
         pulldown_launch(self);
@@ -116,7 +116,7 @@ void act_on_choice(pulldown_choice *self) {
 
 void pulldown_choice_b1_up(pulldown_choice *self, object *, demon_message *) {
     const demon_ref kept = refer_to_demon(self);
-    const bool was_active = self->active != 0;
+    const bool was_active = can_be_chosen(self);
     if (was_active)
         act_on_choice(self);
     demon_box_out_message(kept.get());

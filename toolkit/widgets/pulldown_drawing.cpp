@@ -42,7 +42,7 @@ bool has_launched(const pulldown_choice &choice) {
 }
 
 look look_of_choice(const pulldown_choice &choice) {
-    if (choice.active == 0)
+    if (!can_be_chosen(&choice))
         return look::disabled;
     return choice.hilited != 0 || has_launched(choice) ? look::hilited : look::normal;
 }
@@ -112,7 +112,7 @@ void draw_check(int x, int y, int index) {
 }
 
 int rim_of_mark(const pulldown_choice &choice) {
-    return choice.active != 0 ? colour_gray : colour_medium_gray;
+    return can_be_chosen(&choice) ? colour_gray : colour_medium_gray;
 }
 
 void draw_radio_mark(int x, int y, bool is_on, int rim, int index) {
@@ -142,9 +142,9 @@ void pulldown_choice_draw_check(const pulldown_choice &choice) {
     const int x = choice.box.x + mark_left;
     const int y = choice.box.y + (choice.box.height - mark_size) / 2;
     const bool is_on = choice.state != 0;
-    const int mark = choice.active == 0    ? colour_disabled_text
-                     : choice.hilited != 0 ? colour_white
-                                           : colour_accent;
+    const int mark = !can_be_chosen(&choice) ? colour_disabled_text
+                     : choice.hilited != 0   ? colour_white
+                                             : colour_accent;
     if (choice.kind == pulldown_kind::radio) {
         draw_radio_mark(x, y, is_on, rim_of_mark(choice), mark);
     } else if (choice.kind == pulldown_kind::toggle) {

@@ -23,6 +23,9 @@ inline constexpr int bar_margin = 4; // left of the first switch
 
 [[nodiscard]] bool is_in_destruction(const demon *d);
 
+// Whether it can be chosen by hand: active, and as a widget neither disabled nor hidden.
+[[nodiscard]] bool can_be_chosen(const pulldown_choice *choice);
+
 // The pulldown that holds the choice now, or null; a row's choice, or null.
 [[nodiscard]] pulldown *pulldown_of_choice(const pulldown_choice *choice);
 [[nodiscard]] pulldown_choice *choice_of_row(const pulldown *p, int row);
@@ -46,6 +49,9 @@ void pulldown_launch(pulldown_choice *choice);
 // --- switches and bars: menu_bars.cpp ------------------------------------------------------------
 
 void lay_out_menu_bar(demon *bar);
+
+// Whether a press on it opens something.
+[[nodiscard]] bool can_open(pulldown_switch *s);
 
 // The neighbour in the bar that can be opened, wrapping around: step 1 to the right, -1 to the
 // left. The switch itself when there is no other.

@@ -100,6 +100,10 @@ bool is_in_destruction(const demon *d) {
     return (d->flags & (flag_deleted | flag_in_destruction)) != 0;
 }
 
+bool can_be_chosen(const pulldown_choice *choice) {
+    return choice->active != 0 && (choice->flags & (flag_disabled | flag_hidden)) == 0;
+}
+
 // ---- who belongs to whom
 
 pulldown *pulldown_of_choice(const pulldown_choice *choice) {
@@ -187,7 +191,7 @@ void pulldown_launch(pulldown_choice *choice) {
     pulldown *p = pulldown_of_choice(choice);
     pulldown *sub = as_pulldown(choice->sub_pulldown.get());
     if (p == nullptr || p->popped == 0 || sub == nullptr || sub->popped != 0 || sub->count == 0 ||
-        choice->active == 0 || choice->kind != pulldown_kind::cascade)
+        !can_be_chosen(choice) || choice->kind != pulldown_kind::cascade)
         return;
     int screen_width = 0, screen_height = 0;
     gl_get_device_extent(&screen_width, &screen_height);
@@ -195,15 +199,17 @@ void pulldown_launch(pulldown_choice *choice) {
     screen_box box = sub->box;
     box.x = clamp_16(entry.x + entry.width);
     if (box.x + box.width > screen_width)
-        box.x = clamp_16(entry.x + entry.width - box.width - left_overlap);
+        box.x = clamp_16(std::max(entry.x + entry.width - box.width - left_overlap, 0));
     box.y = clamp_16(std::max(entry.y + entry.height - box.height, 0));
     const demon_ref kept = refer_to_demon(choice), kept_sub = refer_to_demon(sub);
+    const demon_ref kept_outer = refer_to_demon(p);
     p->launched = kept_sub;
     if (in_box(box, gl_inq_event()->point)) {
         forget_pointer_path();
         demon_dehilite_message(kept.get());
     }
-    if (kept_sub.get() != nullptr)
+    // Hooks were told: the menu may have closed meanwhile.
+    if (kept_sub.get() != nullptr && kept_outer.get() != nullptr && p->launched.get() == sub)
         pop_pulldown_at(sub, box.x, box.y);
     if (kept.get() != nullptr)
         demon_draw_message(choice); // it stays lit while its pulldown is open

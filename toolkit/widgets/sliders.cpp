@@ -150,8 +150,11 @@ void step_slider(control *d, int notches) {
 void drag_slider(control *d, screen_point at) {
     slider *self = own(d);
     const int along = is_flat(self) ? at.x - self->box.x : at.y - self->box.y;
-    const int begin = std::clamp(along - self->grip, 0, knob_travel(self));
-    if (begin != knob_begin(self)) // else it keeps a value that is finer than pixels
+    const int wanted = along - self->grip;
+    const int travel = knob_travel(self);
+    const int begin = std::clamp(wanted, 0, travel);
+    // Not moved, it keeps a value that is finer than pixels; pushed against an end, it is there.
+    if (begin != knob_begin(self) || (begin != wanted && travel > 0))
         change_control(self, value_at(self, begin));
 }
 

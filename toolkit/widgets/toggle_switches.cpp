@@ -7,7 +7,6 @@ namespace toolkit {
 
 namespace {
 
-constexpr int face_margin = 3;
 constexpr int lamp_size = 10;
 constexpr int lamp_left = 9;
 constexpr int least_width = 48; // a narrower switch shows its state by its face alone

@@ -14,11 +14,6 @@ void send_alone(demon *widget, std::uint32_t code) {
     send_demon_message(widget, nullptr, m);
 }
 
-void send_drawing(demon *widget, std::uint32_t code) {
-    if (getTarnBatchMode() == 0)
-        send_alone(widget, code);
-}
-
 } // namespace
 
 // ---- values
@@ -50,19 +45,20 @@ void destroyWidget(demon *widget) {
 }
 
 void drawWidget(demon *widget) {
-    send_drawing(widget, msg_draw);
+    if (getTarnBatchMode() == 0)
+        send_alone(widget, msg_draw);
 }
 
 void eraseWidget(demon *widget) {
-    send_drawing(widget, msg_erase);
+    send_alone(widget, msg_erase);
 }
 
 void highlightWidget(demon *widget) {
-    send_drawing(widget, msg_hilite);
+    send_alone(widget, msg_hilite);
 }
 
 void dehighlightWidget(demon *widget) {
-    send_drawing(widget, msg_dehilite);
+    send_alone(widget, msg_dehilite);
 }
 
 void setWidgetDrawFunction(demon *widget, draw_routine routine) {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 namespace toolkit {
 
@@ -78,6 +79,15 @@ TEST_F(questions, names_are_checked_before_they_are_taken) {
     answer_with("~/out/x"), read(), see(), type("\b"), confirm(), read(), escape();
     EXPECT_EQ(ask_file_name("Write", &path, ""), answer_no);
     EXPECT_EQ(shown, "Write|" + folder + "/out is not writable. |Write|Please enter a name.|");
+
+    ::mkfifo((folder + "/in/pipe").c_str(), 0600); // to open it would wait for its other end
+    shown.clear();
+    answer_with("~/in/pipe"), read(), escape();
+    EXPECT_EQ(ask_read_file_name("Read", &path, ""), answer_no);
+    answer_with("~/in/pipe"), read(), escape();
+    EXPECT_EQ(ask_file_name("Write", &path, ""), answer_no);
+    EXPECT_EQ(shown, "Read|" + folder + "/in/pipe is not readable. |Write|" + folder +
+                         "/in/pipe is not writable. |");
 
     answer_with("~/in/old.reel"), read(), answer_with("~/in");
     EXPECT_EQ(ask_path_name("Folder", &path, ""), answer_yes);

@@ -87,6 +87,8 @@ TEST_F(time_code, texts_in_both_modes) {
     EXPECT_EQ(inq_smpte_display(), 0);
     EXPECT_EQ(text_of(2.5F), "3");
     EXPECT_EQ(text_of(-0.7F), "0");
+    EXPECT_EQ(text_of(0.49999997F), "0");
+    EXPECT_EQ(text_of(8388609), "8388609") << "half a frame more is beyond single precision";
     EXPECT_EQ(text_of(1e30F), "2147483647");
     EXPECT_EQ(text_of(std::numeric_limits<float>::quiet_NaN()), "0");
     std::array<char, 5> small{};
@@ -144,6 +146,12 @@ TEST(value_text, reads_and_writes) {
     EXPECT_EQ(value, -10000000.0F) << "kept";
     EXPECT_EQ(degstring_to_rad(" +180", &value), 255);
     EXPECT_FLOAT_EQ(value, std::numbers::pi_v<float>);
+    for (const char *tiny : {"1e-60", "-0.000000000000000000000000000000000000000000000000001"}) {
+        EXPECT_EQ(degstring_to_rad(tiny, &value), 255);
+        EXPECT_EQ(value, 0) << tiny;
+    }
+    EXPECT_EQ(intstring_to_val("-1e60", &value), 255);
+    EXPECT_EQ(value, -10000000.0F);
     EXPECT_EQ(written(rad_to_degstring, std::numbers::pi_v<float> / 2), "90");
 }
 

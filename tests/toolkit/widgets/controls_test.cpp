@@ -305,6 +305,32 @@ TEST_F(controls_test, sliders_follow_the_hand) {
     }
 }
 
+// Of more values than pixels, the ends can be had from everywhere, and a mere press changes nothing.
+TEST_F(controls_test, sliders_reach_their_ends) {
+    constexpr float last = 99'999, near_last = last - 50;
+    demon *d = addSlider(window, 20, 20, 114, 20, 0, last, 0, note, 'v');
+    drawWidget(window);
+    struct {
+        float value;
+        int from, to; // the knob is pressed, and let go there
+        float reached;
+    } const rows[] = {{near_last, 127, 127, near_last},
+                      {near_last, 127, 390, last},
+                      {50, 27, 27, 50},
+                      {50, 27, 2, 0}};
+    for (const auto &row : rows) {
+        updateWidgetValue(d, row.value);
+        after([&] {
+            move(row.from, 30);
+            press();
+            if (row.to != row.from)
+                move(row.to, 30);
+            release();
+        });
+        EXPECT_EQ(number_of(d), row.reached) << &row - rows;
+    }
+}
+
 TEST_F(controls_test, sliders_step_by_the_wheel_and_keep_their_range) {
     demon *d = addSlider(window, 20, 20, 200, 20, 1, 10, 9, note, 'v');
     drawWidget(window);

@@ -305,6 +305,15 @@ TEST_F(file_tool, takes_any_name) {
     }
 }
 
+TEST_F(file_tool, cut_names_have_no_gap_before_the_dots) {
+    const std::string name = "shot 12 by night, a rather long name_0012.reel";
+    for (int width = 60; width < 240; ++width) {
+        const std::string cut = fit_name(font_slot_normal_1, name, width);
+        EXPECT_EQ(cut.find(" \xE2\x80\xA6"), std::string::npos) << cut;
+        EXPECT_TRUE(cut.ends_with("_0012.reel") || width < 110) << cut;
+    }
+}
+
 TEST_F(file_tool, shows_large_folders_at_once) {
     constexpr int count = 50'000;
     constexpr auto most = std::chrono::seconds(15); // with sanitizers, on a busy machine

@@ -187,6 +187,40 @@ TEST_F(open_menus, pulldowns_stay_on_the_screen) {
     }
 }
 
+// A hook that is told that the pointer leaves a cascade may close the menu that is about to grow.
+TEST_F(open_menus, hooks_may_close_what_is_opening) {
+    destroyWidget(window);
+    make_window(1160, 500, 120, 60);
+    fill_bar();
+    setPullDownChoiceLabel(find("Film"), "Film, with a name that is long enough for anybody");
+    act("Play press");
+    const screen_box &entry = find("Rate")->box;
+    move_to(find("Play")->box.x + 10, entry.y + 12); // straight down, past no other switch
+    static int told;
+    told = 0;
+    setWidgetBoxOutFunction([](word) {
+        ++told;
+        closePullDowns();
+    });
+    move_to(entry.x + entry.width - 20, entry.y + 12); // where the sub-pulldown comes up
+    setWidgetBoxOutFunction(nullptr);
+    EXPECT_GT(told, 0);
+    press(false);
+    expect_no_menu();
+}
+
+TEST_F(open_menus, a_choice_is_disabled_as_every_widget_is) {
+    fill_bar();
+    setEnabledWidget(find("Quit"), false);
+    act("File press Quit release");
+    act("Up Return"); // the one above it
+    EXPECT_EQ(called, calls{1});
+    setEnabledWidget(find("Quit"), true);
+    called.clear();
+    act("File press Quit release");
+    EXPECT_EQ(called, calls{3});
+}
+
 // A choice's function may do away with all that has led to it.
 TEST_F(open_menus, functions_may_destroy_their_menu) {
     struct {

@@ -79,8 +79,9 @@ TEST_F(pulldowns, sizes_follow_the_texts) {
     EXPECT_EQ(next->box.x, bar->box.x + 4) << "moves up";
     testing::internal::CaptureStdout();
     EXPECT_EQ(addPullDown(nullptr, "Menu", 0), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "Must create menu bar before adding pulldowns\n");
+    EXPECT_EQ(addPullDown(window, "Menu", 0), nullptr) << "is no bar";
+    const std::string told = "Must create menu bar before adding pulldowns\n";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), told + told);
 }
 
 TEST_F(pulldowns, values_call_functions_only_when_they_are_set_and_change) {

@@ -264,6 +264,39 @@ TEST_F(text_entry, values_have_routines_and_callbacks) {
     EXPECT_EQ(seen(size), "12");
 }
 
+TEST_F(text_entry, who_is_told_of_a_value_may_give_the_keyboard_to_another_field) {
+    name->on.set_value = [](demon *self, object *, word) -> word {
+        demon_keyboard_client_message(self, self);
+        return 0;
+    };
+    edit_value_add_callback(size, {msg_set_value, 0, refer_to(name)});
+    after([&] { enter_size(), type("\b\r"); });
+    EXPECT_EQ(number_of(size), 5);
+    EXPECT_EQ(holder(), name);
+    EXPECT_FALSE(size->has_keyboard);
+}
+
+TEST_F(text_entry, a_field_shows_whether_keys_come_to_it) {
+    static_cast<void>(addWindow(800, 200, 100, 100, "other", nullptr, 0));
+    const display::window_id other = display::memory::windows().back();
+    const screen_box edge = {10, 10, 200, 1};
+    const auto focus = [&](display::window_id where) {
+        std::swap(on_display, where);
+        send(display::event_kind::focus_in);
+        std::swap(on_display, where);
+        run();
+    };
+    const auto idle = picture(edge);
+    after([&] { enter_name(), move(300, 200); });
+    const auto typed_at = picture(edge);
+    EXPECT_NE(typed_at, idle);
+    focus(other);
+    EXPECT_EQ(holder(), name);
+    EXPECT_NE(picture(edge), typed_at);
+    focus(on_display);
+    EXPECT_EQ(picture(edge), typed_at);
+}
+
 TEST_F(text_entry, programs_set_values_without_taking_what_is_typed) {
     EXPECT_EQ(after([&] { setWidgetValue(size, 70); }), "s");
     EXPECT_EQ(after([&] { setWidgetValue(size, 700), updateWidgetValue(size, 20); }), "s");
@@ -290,10 +323,11 @@ TEST_F(text_entry, times_are_frames_within_their_range) {
         float value;
         const char *text, *noted;
     } rows[] = {
-        {"1:2\r", 27, "00:00:01:02", "t"},   {"53\r", 53, "00:00:02:03", "t"},
+        {"1:2\r", 27, "00:00:01:02", "t"},      {"53\r", 53, "00:00:02:03", "t"},
         {"1:20:1\r", 53, "00:00:02:03", ""}, // 2001
-        {"-1\r", 53, "00:00:02:03", ""},     {"\b\r", 53, "00:00:02:03", ""},
-        {"5\t", 5, "00:00:00:05", "t"}, // on leaving
+        {"-1\r", 53, "00:00:02:03", ""},        {"\b\r", 53, "00:00:02:03", ""},
+        {"abc\r", 53, "00:00:02:03", ""},       {"1:2x\r", 53, "00:00:02:03", ""},
+        {"0:0:0:1:2\r", 53, "00:00:02:03", ""}, {"5\t", 5, "00:00:00:05", "t"}, // on leaving
     };
     for (const auto &row : rows) {
         EXPECT_EQ(after([&] {

@@ -108,6 +108,9 @@ TEST_F(widgets_test, batch_mode_draws_nothing) {
     setEnabledWidget(d, false);
     EXPECT_EQ(drawn, 0);
     EXPECT_EQ(gl_get_win(), no_window);
+    highlightWidget(d);
+    EXPECT_NE(d->hilited, 0) << "drawing alone is left out";
+    drawn = 0;
     setTarnBatchMode(0);
     drawWidget(d);
     EXPECT_EQ(drawn, 1);
