@@ -314,13 +314,12 @@ void pass_move(const demon_message &m) {
 
 void pulldown_god_loc_move(demon *, object *, demon_message *m) {
     const demon_message move = *m;
-    if (menu.phase != menu_phase::open) {
-        pass_move(move);
-    } else if (pulldown_at(move.point) != nullptr || is_in_bar(move.point)) {
-        pass_move(move);
-    } else {
+    const bool is_elsewhere = menu.phase == menu_phase::open &&
+                              pulldown_at(move.point) == nullptr && !is_in_bar(move.point);
+    if (is_elsewhere)
         forget_pointer_path();
-    }
+    else
+        pass_move(move);
 }
 
 void pulldown_god_b1_down(demon *, object *, demon_message *m) {
