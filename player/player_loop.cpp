@@ -108,6 +108,7 @@ void deliver_pointer_position() {
 }
 
 void stopped_turn() {
+    note_player_tool_placed();
     const gl::device d = gl::qtest();
     if (d != gl::WINTHAW && d != gl::WINDROP) {
         wait_and_route();
@@ -122,6 +123,7 @@ void stopped_turn() {
 }
 
 void playing_turn(play_args &args, movie_ref &ref) {
+    note_player_tool_placed();
     sleep_until_input();
     if (is_over())
         return;

@@ -48,7 +48,9 @@ constexpr int start_left = 100; // of the window on the screen
 constexpr int start_bottom = 300;
 constexpr const char *empty_label = "--- no segment loaded ---";
 
-window_layout layout; // as the window is laid out now
+window_layout layout;   // as the window is laid out now
+bool is_placed = false; // by the desktop: until then it says anything of where the window is
+int wanted_top = 0;     // meanwhile: the window's upper edge
 
 // The toolkit's id of the window, or no_window.
 int window_id() {
@@ -206,8 +208,9 @@ void resize_window(extent size) {
     toolkit::follow_iris_windows();
     demon *window = player_tool.window.get();
     const extent screen = screen_size();
-    const int top = window->box.y + window->box.height;
-    const int x = std::clamp(+window->box.x, 0, std::max(screen.width - size.width, 0));
+    const int left = is_placed ? window->box.x : start_left;
+    const int top = is_placed ? window->box.y + window->box.height : wanted_top;
+    const int x = std::clamp(left, 0, std::max(screen.width - size.width, 0));
     const int y = std::clamp(top - size.height, 0, std::max(screen.height - size.height, 0));
     toolkit::setBoxWidgetScreen(window,
                                 {toolkit::clamp_16(x), toolkit::clamp_16(y),
@@ -377,6 +380,8 @@ int build_player_tool(play_args &args) {
     toolkit::getHelp(&help);
     toolkit::setHelp(0);
     layout = first_layout(args, state.standalone);
+    is_placed = false;
+    wanted_top = start_bottom + layout.window.height;
     const bool is_open = open_window();
     if (is_open) {
         add_parts(args);
@@ -395,6 +400,10 @@ int build_player_tool(play_args &args) {
         return 0;
     state.quit_requested = true;
     return -1;
+}
+
+void note_player_tool_placed() {
+    is_placed = true;
 }
 
 void destroy_player_tool() {

@@ -62,6 +62,9 @@ extern player_widgets player_tool;
 // refuses it: then the program is to end.
 int build_player_tool(play_args &args);
 
+// The desktop has had its time to place the window: from now on, it knows where that is.
+void note_player_tool_placed();
+
 // Closes it without ending the program. Nothing happens when there is none.
 void destroy_player_tool();
 
