@@ -108,7 +108,6 @@ void deliver_pointer_position() {
 }
 
 void stopped_turn() {
-    note_player_tool_placed();
     const gl::device d = gl::qtest();
     if (d != gl::WINTHAW && d != gl::WINDROP) {
         wait_and_route();
@@ -123,7 +122,6 @@ void stopped_turn() {
 }
 
 void playing_turn(play_args &args, movie_ref &ref) {
-    note_player_tool_placed();
     sleep_until_input();
     if (is_over())
         return;
@@ -172,6 +170,7 @@ void follow_transport(bool was_playing) {
 
 void player_event_loop(play_args &args, movie_ref &ref) {
     install_window_calls();
+    note_player_tool_placed();
     state.quit_requested = false;
     state.leave_loop = false;
     while (!is_over() && !state.leave_loop) {

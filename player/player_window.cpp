@@ -67,18 +67,6 @@ extent screen_size() {
 
 // --- the picture ---------------------------------------------------------------------------------
 
-// Selects window pixels in the window for as long as it stands.
-class picture_space {
-public:
-    picture_space() : before_(toolkit::gl_get_matrix()) { toolkit::gl_put_matrix({}); }
-    ~picture_space() { toolkit::gl_put_matrix(before_); }
-    picture_space(const picture_space &) = delete;
-    picture_space &operator=(const picture_space &) = delete;
-
-private:
-    toolkit::gl_matrix before_;
-};
-
 bool make_current() {
     const int wid = window_id();
     if (wid == toolkit::no_window)
@@ -103,6 +91,34 @@ void end_frame() {
     gl::frontbuffer(true);
 }
 
+toolkit::gl_matrix matrix_before;
+
+// Between the two, coordinates are window pixels, and pixels as large as the layout has them.
+void begin_picture() {
+    matrix_before = toolkit::gl_get_matrix();
+    toolkit::gl_put_matrix({});
+    gl::rectzoom(layout.zoom, layout.zoom);
+}
+
+void end_picture() {
+    gl::rectzoom(1, 1);
+    toolkit::gl_put_matrix(matrix_before);
+}
+
+// Rows of the picture, from `bottom` on; by themselves only at a whole zoom.
+void draw_rows(const play_args &args, int bottom, int rows, std::span<const std::uint32_t> pixels) {
+    const int y = args.image_y + bottom * static_cast<int>(layout.zoom);
+    gl::lrectwrite(args.image_x, y, args.image_x + args.width - 1, y + rows - 1, pixels);
+}
+
+// In the buffers that are drawn in now.
+void draw_picture(const play_args &args) {
+    const phase_timer timed(play_phase::drawing);
+    begin_picture();
+    draw_rows(args, 0, args.height, args.pixels.span());
+    end_picture();
+}
+
 void draw_frame(const play_args &args) {
     if (!args.pixels || !make_current())
         return;
@@ -111,30 +127,17 @@ void draw_frame(const play_args &args) {
     end_frame();
 }
 
-// --- the same in strips
-
-toolkit::gl_matrix matrix_before;
-
 bool are_strips_possible() {
     return layout.zoom >= 1 && layout.zoom == std::floor(layout.zoom) && make_current();
 }
 
 void begin_strips() {
     begin_frame();
-    matrix_before = toolkit::gl_get_matrix();
-    toolkit::gl_put_matrix({});
-    gl::rectzoom(layout.zoom, layout.zoom);
-}
-
-void draw_strip(const play_args &args, int bottom, int rows,
-                std::span<const std::uint32_t> pixels) {
-    const int y = args.image_y + bottom * static_cast<int>(layout.zoom);
-    gl::lrectwrite(args.image_x, y, args.image_x + args.width - 1, y + rows - 1, pixels);
+    begin_picture();
 }
 
 void end_strips(bool is_whole) {
-    gl::rectzoom(1, 1);
-    toolkit::gl_put_matrix(matrix_before);
+    end_picture();
     if (is_whole)
         end_frame();
     else
@@ -268,14 +271,13 @@ bool open_window() {
 }
 
 // A demon of the window that is drawn by a routine.
-demon *add_part(display_object *window, const screen_box &at, toolkit::draw_routine draw) {
+demon *add_part(demon *window, toolkit::draw_routine draw) {
     toolkit::generic_demon *made = toolkit::create_generic_demon(nullptr, 0, 0, nullptr);
     if (made == nullptr)
         return nullptr;
     made->draw = draw;
     made->erase = made->hilite = made->dehilite = nullptr;
-    toolkit::addWidget(made, static_cast<demon *>(window));
-    place(made, at);
+    toolkit::addWidget(made, window);
     return made;
 }
 
@@ -283,16 +285,15 @@ void add_parts(play_args &args) {
     demon *window = player_tool.window.get();
     demon *bar = toolkit::addMenuBar(window, 0, 0, 0, 0);
     player_tool.menu_bar = refer_to_demon(bar);
-    place(bar, layout.menu_bar);
+    place(bar, layout.menu_bar); // its titles are as high as it is
     add_player_menus(bar, args);
-    player_tool.picture = refer_to_demon(add_part(window, layout.picture, draw_picture_demon));
-    demon *panel = add_part(window, layout.controls, nullptr);
+    player_tool.picture = refer_to_demon(add_part(window, draw_picture_demon));
+    demon *panel = add_part(window, nullptr);
     player_tool.controls = refer_to_demon(panel);
     add_player_controls(panel, args);
-    const std::string text = state.standalone ? empty_label : format_movie_label(args);
     player_tool.label = refer_to_demon(toolkit::addLabel(
-        window, 0, 0, 0, 0, text, toolkit::font_slot_normal_1, toolkit::label_place::middle));
-    place(player_tool.label.get(), layout.label);
+        window, 0, 0, 0, 0, "", toolkit::font_slot_normal_1, toolkit::label_place::middle));
+    place_parts(args);
 }
 
 // --- what the engine and the loop ask for --------------------------------------------------------
@@ -340,7 +341,7 @@ void take_device(gl::device d, short value) {
 void install_view() {
     view = {};
     view.draw_frame = draw_frame;
-    view.strips = {are_strips_possible, begin_strips, draw_strip, end_strips};
+    view.strips = {are_strips_possible, begin_strips, draw_rows, end_strips};
     view.show_position = show_position;
     view.fit = fit_player_window;
     view.queue_devices = queue_devices;
@@ -355,17 +356,6 @@ void install_view() {
 }
 
 } // namespace
-
-// --- the picture ---------------------------------------------------------------------------------
-
-void draw_picture(const play_args &args) {
-    const picture_space space;
-    const phase_timer timed(play_phase::drawing);
-    gl::rectzoom(layout.zoom, layout.zoom);
-    gl::lrectwrite(args.image_x, args.image_y, args.image_x + args.width - 1,
-                   args.image_y + args.height - 1, args.pixels.span());
-    gl::rectzoom(1, 1);
-}
 
 // --- the window ----------------------------------------------------------------------------------
 
@@ -385,7 +375,6 @@ int build_player_tool(play_args &args) {
     const bool is_open = open_window();
     if (is_open) {
         add_parts(args);
-        place_parts(args);
         install_view();
         queue_devices(false);
         bind_player_keys();

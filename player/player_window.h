@@ -80,9 +80,6 @@ void update_rate_menu(const play_args &args);
 void relabel_player_tool(const play_args &args);
 [[nodiscard]] std::string format_movie_label(const play_args &args);
 
-// Draws the picture in the buffers that are drawn in now.
-void draw_picture(const play_args &args);
-
 // What the menus do; they are called with the window open, set_mode without one, too.
 void quit_player(toolkit::word unused);
 void zoom_up(play_args &args);
