@@ -2,6 +2,10 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -9,6 +13,23 @@
 namespace movie {
 
 static_assert(sizeof(off_t) >= sizeof(std::int64_t), "a chunk may end beyond 2 GiB");
+
+namespace {
+
+int open_nameless_in(const std::string &folder) {
+    constexpr mode_t for_us_alone = 0600;
+    const int nameless =
+        ::open(folder.c_str(), O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, for_us_alone);
+    if (nameless >= 0 || (errno != EOPNOTSUPP && errno != EISDIR))
+        return nameless;
+    std::string name = folder + "/player.XXXXXX"; // a file system that knows no nameless files
+    const int file = ::mkostemp(name.data(), O_CLOEXEC);
+    if (file >= 0)
+        ::unlink(name.c_str());
+    return file;
+}
+
+} // namespace
 
 bool read_at(int descriptor, std::int64_t place, std::span<std::uint8_t> to) {
     while (!to.empty()) {
@@ -47,6 +68,12 @@ bool write_at(int descriptor, std::int64_t place, std::span<const std::uint8_t> 
         }
     }
     return true;
+}
+
+int open_temporary_file() {
+    const char *wanted = std::getenv("TMPDIR");
+    const int there = wanted != nullptr && *wanted != 0 ? open_nameless_in(wanted) : -1;
+    return there >= 0 ? there : open_nameless_in(P_tmpdir);
 }
 
 std::int64_t regular_size(int descriptor) {

@@ -26,6 +26,12 @@ namespace movie {
 // Writes all of `from` at the place, or returns false with errno set; part may be written then.
 [[nodiscard]] bool write_at(int descriptor, std::int64_t place, std::span<const std::uint8_t> from);
 
+// Opens a file for reading and writing that has no name, so that it is gone with its last
+// descriptor, however the program ends, and that no other user can read. It stands in the folder
+// that TMPDIR names, else in the system's. Returns the descriptor, which the caller owns, or -1
+// with errno set.
+[[nodiscard]] int open_temporary_file();
+
 // The file's size in bytes; -1 when it is no regular file (then errno is set).
 [[nodiscard]] std::int64_t regular_size(int descriptor);
 

@@ -194,6 +194,14 @@ std::array<std::uint8_t, vf_header_bytes> make_header(const vf_movie &film) {
     return header;
 }
 
+std::FILE *open_temporary_stream() {
+    const int file = open_temporary_file();
+    std::FILE *stream = file >= 0 ? ::fdopen(file, "w+") : nullptr;
+    if (file >= 0 && stream == nullptr)
+        ::close(file);
+    return stream;
+}
+
 int create_movie(vf_movie &film, const char *name) {
     film.stream.reset();
     film.repeats_to = -1;
@@ -208,7 +216,7 @@ int create_movie(vf_movie &film, const char *name) {
     for (std::size_t i = 0; i < film.offsets.size(); ++i) {
         put_signed(&table[i * vf_entry_bytes], film.offsets[i]);
     }
-    film.stream.reset(name != nullptr ? std::fopen(name, "w+e") : std::tmpfile());
+    film.stream.reset(name != nullptr ? std::fopen(name, "w+e") : open_temporary_stream());
     if (film.stream == nullptr || vf_file_size(film) < 0) {
         std::fprintf(stderr, "VFopenWrite:  Unable to open file \"%s\"\n", film.name.c_str());
         film.stream.reset();

@@ -112,7 +112,7 @@ struct vf_chunk {
 [[nodiscard]] ir1_table vf_current_table();
 
 // Creates a movie file, emptying one of that name, and writes header and table; an empty table
-// becomes count zeros first. With a null name the file is an anonymous temporary one. Width and
+// becomes count zeros first. With a null name it is a temporary one (open_temporary_file). Width and
 // height are written as they stand: rounding them down to multiples of 4 is the caller's part.
 // Returns 0, or -1 after a message (film.stream is then null, and what there is of the file stays
 // for the caller to remove):

@@ -1,9 +1,11 @@
 // The Player Tool.
+#include "platform/clock/program_clock.h"
 #include "platform/gl/screen.h"
 #include "player/play_file.h"
 #include "player/play_stats.h"
 #include "player/player_loop.h"
 #include "player/player_window.h"
+#include "player/progress_window.h"
 #include "player/quit_signals.h"
 #include "player/start_up.h"
 #include "toolkit/dialogs/dialogs.h"
@@ -37,7 +39,7 @@ int main(int argc, char **argv) {
     setup_ipc_stuff(parent_link, playback);
     if (!state.standalone)
         attach_link_status(parent_link);
-    state.session_start = std::time(nullptr);
+    state.session_start_us = program_clock::now_us();
     toolkit::system_init();
     toolkit::init_dialogs();
     toolkit::gl_identify_program("playertool", "PlayerTool");
@@ -47,7 +49,9 @@ int main(int argc, char **argv) {
     if (state.standalone) {
         if (build_player_tool(playback) != 0)
             return 1;
-    } else {
+    } else if (parent_link.socket > 0) {
+        if (build_progress_window(playback) != 0)
+            return 1;
         send_pid(parent_link);
     }
     if (!state.play_file_name.empty()) {

@@ -11,7 +11,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 #include <span>
 #include <string>
@@ -54,7 +53,8 @@ struct frame_buffer {
     explicit operator bool() const { return words != nullptr; }
 };
 
-struct play_args {
+// What is played, without its buffers.
+struct play_settings {
     std::array<char, max_movie_name + 1> name{}; // shown to the user; base name of the file
     std::int32_t direction = direction_forward;
     float rate = 30.0F;    // frames per second, or every_frame_rate
@@ -72,9 +72,12 @@ struct play_args {
     std::int32_t height = 0;
     std::int32_t orig_width = 0; // as rendered
     std::int32_t orig_height = 0;
-    frame_buffer pixels;           // width * height words in lrectwrite's order
-    frame_buffer packed;           // one compressed frame; as large as pixels
     std::int32_t display_info = 0; // answer of getgdesc(GD_DISPLAY_INFO) at start
+};
+
+struct play_args : play_settings {
+    frame_buffer pixels; // width * height words in lrectwrite's order
+    frame_buffer packed; // one compressed frame; as large as pixels
 };
 
 // The open movie and what decoding from it needs.
@@ -84,6 +87,7 @@ struct movie_ref {
     int decoded = -1;        // index of the frame whose data play_args.pixels shows; -1: none
     int drawn = -1;          // of the one that went to the screen past the pixels; -1: the same
     frame_buffer strip;      // that it went through; made at the first one
+    bool is_preview = false; // film is the temporary movie of the session
 };
 
 struct player_state {
@@ -97,14 +101,15 @@ struct player_state {
     std::int32_t previous_mode = INT32_MIN;
     std::int32_t last_cycle = INT32_MAX;
     std::int32_t frozen_direction = 0; // to resume in when the window comes back; 0: stay stopped
-    std::int32_t empty_reads = 0;
-    bool session_playback = false; // a paused preview is being looked at
-    bool progress_redraw_only = false;
+    std::int32_t empty_reads = 0;      // of the link, in a row
+    std::uint64_t frames_received = 0; // from the renderer
+    bool session_playback = false;     // a paused session is being looked at
+    bool progress_redraw_only = false; // a new frame alone has changed
     bool quit_requested = false;
     bool leave_loop = false;
     std::int32_t screen_width = 0; // pixels, taken when the player's window is built
     std::int32_t screen_height = 0;
-    std::time_t session_start = 0;
+    std::int64_t session_start_us = 0; // by the program clock, paused time left out
 };
 
 extern const char *gMe; // the program's name, which begins most messages

@@ -1,116 +1,44 @@
 #include "player/player_loop.h"
 
-#include "platform/clock/program_clock.h"
+#include "ipc/session_codes.h"
 #include "platform/gl/input.h"
 #include "platform/gl/queue.h"
 #include "player/engine.h"
 #include "player/frame_reader.h"
+#include "player/input_turns.h"
 #include "player/link_session.h"
 #include "player/player_window.h"
-#include "player/quit_signals.h"
-#include "player/translate_event.h"
+#include "player/preview_movie.h"
+#include "player/progress_loop.h"
+#include "player/progress_window.h"
+#include "player/session_decisions.h"
 #include "toolkit/demons/cursor_filters.h"
 #include "toolkit/demons/demons.h"
-#include "toolkit/events/event_input.h"
 #include "toolkit/events/timers.h"
 #include "toolkit/system.h"
 #include "toolkit/widgets/pulldowns.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdio>
-#include <poll.h>
+#include <utility>
 
 namespace player {
 
 namespace {
 
-constexpr int wait_yes = 255; // gl_event_get sleeps until there is something
-
-toolkit::demon_message current_message;
-
-// Ends the loops when there is no point in going on. Returns true when it did.
-bool is_over() {
-    if (quit_signal_arrived()) {
-        state.quit_requested = true;
-    } else if (gl::is_display_lost() && !state.quit_requested) {
-        std::fprintf(stderr, "%s: The display is lost.\n", gMe);
-        state.quit_requested = true;
-    }
-    return state.quit_requested;
+bool can_be_cancelled_by_key() {
+    return state.session_playback && !state.playing;
 }
 
-// Sleeps until the event queue has something or a signal has come. A test's clock is moved by the
-// queue's own waiting, so with such a clock that does the sleeping.
-void sleep_until_input() {
-    while (gl::qtest() == gl::NULLDEV && !is_over() && !program_clock::is_manual()) {
-        std::array<pollfd, 2> sources{pollfd{gl::qgetfd(), POLLIN, 0},
-                                      pollfd{quit_signal_fd(), POLLIN, 0}};
-        poll(sources.data(), sources.size(), -1);
-    }
-}
-
-void thaw_window(int window) {
-    view.thaw(window);
-    thaw_playing(playback, open_movie, window);
-}
-
-// What the toolkit's input layer calls for window events that it reads.
-void install_window_calls() {
-    toolkit::set_window_calls({[](int window) { view.refresh(window); },
-                               [](int window) { view.freeze(window); }, thaw_window,
-                               [](int window) { view.close(window); }});
-}
-
-struct input_event {
-    std::int16_t type = toolkit::input_nothing;
-    std::int16_t value = 0;
-    toolkit::screen_point position;
-};
-
-// The next toolkit event. Class input_nothing also when it had to be slept for: what has come may
-// be for the loop itself, which looks before the input layer takes it.
-input_event next_event() {
-    input_event e;
-    const int wait = program_clock::is_manual() ? wait_yes : 0;
-    if (gl_event_get(&e.type, &e.value, &e.position, wait, nullptr, nullptr) == 0) {
-        sleep_until_input();
-        return {};
-    }
-    // The input layer polls a pointer that has just come to rest. Its next move is worth no busy
-    // waiting: it comes through the queue.
-    if (e.type == toolkit::input_motion && e.position == current_message.point) {
-        gl::qdevice(gl::MOUSEX);
-        gl::qdevice(gl::MOUSEY);
-    }
-    return e;
-}
-
-// Handlers get a copy: a loop within one goes on with the message of its own.
-void wait_and_route() {
-    const input_event e = next_event();
-    if (!translate_event(e.type, e.value, e.position, &current_message))
-        return;
-    const toolkit::demon_message m = current_message;
-    route_event(e.type, m);
-}
-
-// Tells everybody where the pointer is.
-void deliver_pointer_position() {
-    std::int16_t x = 0;
-    std::int16_t y = 0;
-    toolkit::gl_get_valuator(&x, &y);
-    current_message = {};
-    current_message.code = toolkit::msg_pointer_moved;
-    current_message.point = {x, y};
-    current_message.propagate = toolkit::demon_on;
-    const toolkit::demon_message m = current_message;
-    route_event(toolkit::input_motion, m);
+void routed_turn() {
+    if (wait_and_route() == routed::escape && can_be_cancelled_by_key())
+        cancel_session(0);
 }
 
 void stopped_turn() {
     const gl::device d = gl::qtest();
     if (d != gl::WINTHAW && d != gl::WINDROP) {
-        wait_and_route();
+        routed_turn();
         return;
     }
     short value = 0;
@@ -180,9 +108,9 @@ void player_event_loop(play_args &args, movie_ref &ref) {
         else if (args.render == 0)
             stopped_turn();
         else
-            wait_and_route();
+            routed_turn();
         follow_transport(was_playing);
-        const bool resumed = link_status(parent_link) == status_resumed;
+        const bool resumed = link_status(parent_link) == ipc::state_resumed;
         if (resumed && (args.render == 0 || state.session_playback))
             state.leave_loop = true;
     }
@@ -191,6 +119,56 @@ void player_event_loop(play_args &args, movie_ref &ref) {
         stop_playing(args);
 }
 
+namespace {
+
+void watch_paused_render() {
+    state.session_playback = true;
+    player_event_loop(playback, open_movie);
+    state.session_playback = false;
+    gl::qreset();
+}
+
+// Plays what has come so far, until the session goes on.
+void play_paused_preview() {
+    static_cast<play_settings &>(saved_playback) = playback;
+    saved_playback.pixels = std::move(playback.pixels);
+    saved_playback.packed = std::move(playback.packed);
+    state.session_playback = true;
+    if (prepare_preview(playback, open_movie, playback.current) == 0)
+        read_frame_from_file(playback, open_movie);
+    if (build_player_tool(playback) == 0)
+        player_event_loop(playback, open_movie);
+    gl::qreset();
+    destroy_player_tool();
+    playback = std::move(saved_playback);
+    saved_playback = {};
+    open_movie.decoded = open_movie.drawn = -1; // the pixels are the session's again
+    state.session_playback = false;
+}
+
+void run_linked_session() {
+    while (!state.quit_requested) {
+        progress_loop(parent_link, playback, open_movie);
+        if (link_status(parent_link) != ipc::state_paused)
+            return;
+        if (playback.render != 0)
+            watch_paused_render();
+        else
+            play_paused_preview();
+    }
+}
+
+// The renderer went away before its last frame: what has come can be played.
+void keep_received_frames() {
+    const std::int32_t last = last_received_frame(playback, open_movie);
+    const bool has_frames = last >= playback.first;
+    playback.current =
+        has_frames ? std::clamp(playback.current, playback.first, last) : playback.first;
+    static_cast<void>(prepare_preview(playback, open_movie, last));
+}
+
+} // namespace
+
 void player_main_loop(int /*flag_a*/, int /*flag_b*/, int step) {
     state.quit_requested = false;
     if (step != 0)
@@ -198,16 +176,20 @@ void player_main_loop(int /*flag_a*/, int /*flag_b*/, int step) {
     toolkit::cursor_filter = toolkit::null_filter;
     deliver_pointer_position();
     if (!state.standalone)
-        run_linked_session(parent_link, playback, open_movie);
+        run_linked_session();
     if (!state.quit_requested && playback.render == 0) {
+        const bool is_cut_short = parent_link.is_lost;
         close_link(parent_link);
+        if (is_cut_short)
+            keep_received_frames();
         read_frame_from_file(playback, open_movie);
         if (state.standalone || build_player_tool(playback) == 0) {
             toolkit::activatePullDownChoice(player_tool.quit.get());
             player_event_loop(playback, open_movie);
         }
     }
-    detach_link_status(parent_link);
+    close_link(parent_link);
+    destroy_progress_window();
     toolkit::system_terminate();
 }
 

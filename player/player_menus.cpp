@@ -3,6 +3,7 @@
 #include "player/engine.h"
 #include "player/play_file.h"
 #include "player/player_window.h"
+#include "player/session_decisions.h"
 #include "player/window_layout.h"
 #include "toolkit/dialogs/questions.h"
 #include "toolkit/events/key_table.h"
@@ -254,10 +255,6 @@ void release_player_keys() {
 }
 
 // --- what the menus do ---------------------------------------------------------------------------
-
-void quit_player(word) {
-    state.quit_requested = true;
-}
 
 void set_mode(play_args &args, std::int32_t mode) {
     if (mode == mode_swing)

@@ -10,7 +10,9 @@
 #include "player/play_stats.h"
 #include "player/player_controls.h"
 #include "player/player_menus.h"
-#include "player/window_layout.h"
+#include "player/progress_window.h"
+#include "player/session_decisions.h"
+#include "player/window_parts.h"
 #include "toolkit/demons/box_text.h"
 #include "toolkit/demons/delivery.h"
 #include "toolkit/demons/demon_pointer.h"
@@ -44,36 +46,23 @@ using toolkit::refer_to_demon;
 using toolkit::screen_box;
 using toolkit::word;
 
-constexpr int start_left = 100; // of the window on the screen
+constexpr int start_left = 100; // of the window on the screen, where there is no other one
 constexpr int start_bottom = 300;
+constexpr int beside_progress = 20;
 constexpr const char *empty_label = "--- no segment loaded ---";
 
-window_layout layout;   // as the window is laid out now
-bool is_placed = false; // by the desktop: until then it says anything of where the window is
-int wanted_top = 0;     // meanwhile: the window's upper edge
+window_layout layout;               // as the window is laid out now
+bool is_placed = false;             // by the desktop: until then it says anything of that
+toolkit::screen_point wanted_place; // meanwhile: the window's upper left corner
 
-// The toolkit's id of the window, or no_window.
 int window_id() {
-    const demon *window = player_tool.window.get();
-    const bool is_open = window != nullptr && toolkit::gl_get_wid_demon(window->window) == window;
-    return is_open ? window->window : toolkit::no_window;
-}
-
-extent screen_size() {
-    extent screen;
-    toolkit::gl_get_device_extent(&screen.width, &screen.height);
-    return screen;
+    return open_window_id(player_tool.window.get());
 }
 
 // --- the picture ---------------------------------------------------------------------------------
 
 bool make_current() {
-    const int wid = window_id();
-    if (wid == toolkit::no_window)
-        return false;
-    if (toolkit::gl_get_win() != wid)
-        toolkit::gl_set_win(wid);
-    return true;
+    return make_window_current(player_tool.window.get());
 }
 
 // In a double-buffered window, frames go to the back buffer, which is shown then; all else is drawn
@@ -91,20 +80,6 @@ void end_frame() {
     gl::frontbuffer(true);
 }
 
-toolkit::gl_matrix matrix_before;
-
-// Between the two, coordinates are window pixels, and pixels as large as the layout has them.
-void begin_picture() {
-    matrix_before = toolkit::gl_get_matrix();
-    toolkit::gl_put_matrix({});
-    gl::rectzoom(layout.zoom, layout.zoom);
-}
-
-void end_picture() {
-    gl::rectzoom(1, 1);
-    toolkit::gl_put_matrix(matrix_before);
-}
-
 // Rows of the picture, from `bottom` on; by themselves only at a whole zoom.
 void draw_rows(const play_args &args, int bottom, int rows, std::span<const std::uint32_t> pixels) {
     const int y = args.image_y + bottom * static_cast<int>(layout.zoom);
@@ -114,7 +89,7 @@ void draw_rows(const play_args &args, int bottom, int rows, std::span<const std:
 // In the buffers that are drawn in now.
 void draw_picture(const play_args &args) {
     const phase_timer timed(play_phase::drawing);
-    begin_picture();
+    begin_picture(layout.zoom);
     draw_rows(args, 0, args.height, args.pixels.span());
     end_picture();
 }
@@ -133,7 +108,7 @@ bool are_strips_possible() {
 
 void begin_strips() {
     begin_frame();
-    begin_picture();
+    begin_picture(layout.zoom);
 }
 
 void end_strips(bool is_whole) {
@@ -167,12 +142,7 @@ void draw_picture_demon(display_object *self) {
 // --- laying out ----------------------------------------------------------------------------------
 
 void place(demon *widget, const screen_box &at) {
-    const demon *window = player_tool.window.get();
-    if (widget == nullptr || window == nullptr)
-        return;
-    toolkit::setBoxWidgetScreen(widget,
-                                {toolkit::clamp_16(window->box.x + at.x),
-                                 toolkit::clamp_16(window->box.y + at.y), at.width, at.height});
+    place_part(player_tool.window.get(), widget, at);
 }
 
 // Puts all parts to where the layout has them.
@@ -186,10 +156,7 @@ void place_parts(play_args &args) {
 }
 
 extent real_size() {
-    extent now;
-    if (make_current())
-        gl::getsize(&now.width, &now.height);
-    return now;
+    return real_window_size(player_tool.window.get());
 }
 
 // Takes over the size that the window has, if the user or the desktop has given it another one.
@@ -211,8 +178,8 @@ void resize_window(extent size) {
     toolkit::follow_iris_windows();
     demon *window = player_tool.window.get();
     const extent screen = screen_size();
-    const int left = is_placed ? window->box.x : start_left;
-    const int top = is_placed ? window->box.y + window->box.height : wanted_top;
+    const int left = is_placed ? window->box.x : wanted_place.x;
+    const int top = is_placed ? window->box.y + window->box.height : wanted_place.y;
     const int x = std::clamp(left, 0, std::max(screen.width - size.width, 0));
     const int y = std::clamp(top - size.height, 0, std::max(screen.height - size.height, 0));
     toolkit::setBoxWidgetScreen(window,
@@ -244,41 +211,33 @@ void track_pointer(demon *self, toolkit::object *sender, demon_message *m) {
 
 // --- building ------------------------------------------------------------------------------------
 
-// The length of the design's screen that is so long on this one.
-int design_length(int length, int (*scaled)(int)) {
-    int made = length;
-    while (scaled(made) < length)
-        made += std::max(length - scaled(made), 1);
-    return made;
-}
-
 word closed_by_user(word, toolkit::callback *) {
     quit_player(0);
     return 0;
 }
 
+// Right of the progress window, if there is one.
+toolkit::screen_point start_place() {
+    const demon *beside = progress.window.get();
+    if (beside == nullptr)
+        return {start_left, start_bottom};
+    toolkit::follow_iris_windows();
+    return {toolkit::clamp_16(beside->box.x + beside->box.width + beside_progress), beside->box.y};
+}
+
 bool open_window() {
+    const toolkit::screen_point at = start_place();
+    wanted_place = {at.x, toolkit::clamp_16(at.y + layout.window.height)};
     const int width = design_length(layout.window.width, toolkit::scale_x);
     const int height = design_length(layout.window.height, toolkit::scale_y);
     toolkit::iris_window_demon *made = toolkit::create_iris_window_demon(
-        nullptr, start_left, start_bottom, width, height, "Player Tool", closed_by_user, 0);
+        nullptr, at.x, at.y, width, height, "Player Tool", closed_by_user, 0);
     player_tool.window = refer_to_demon(made);
     if (window_id() == toolkit::no_window)
         return false;
     made->on.draw = draw_window;
     made->on.loc_move = track_pointer;
     return true;
-}
-
-// A demon of the window that is drawn by a routine.
-demon *add_part(demon *window, toolkit::draw_routine draw) {
-    toolkit::generic_demon *made = toolkit::create_generic_demon(nullptr, 0, 0, nullptr);
-    if (made == nullptr)
-        return nullptr;
-    made->draw = draw;
-    made->erase = made->hilite = made->dehilite = nullptr;
-    toolkit::addWidget(made, window);
-    return made;
 }
 
 void add_parts(play_args &args) {
@@ -306,6 +265,8 @@ bool is_our_window(int which) {
 void close_window(int which) {
     if (which == 0) // the program as a whole is to end
         quit_player(0);
+    else if (is_progress_window(which))
+        cancel_session(0);
     else
         toolkit::gl_close_iris_wid(which);
 }
@@ -370,8 +331,10 @@ int build_player_tool(play_args &args) {
     toolkit::getHelp(&help);
     toolkit::setHelp(0);
     layout = first_layout(args, state.standalone);
+    const extent screen = screen_size();
+    if (layout.window.width > screen.width || layout.window.height > screen.height)
+        layout = fitted_layout(args, screen);
     is_placed = false;
-    wanted_top = start_bottom + layout.window.height;
     const bool is_open = open_window();
     if (is_open) {
         add_parts(args);

@@ -80,8 +80,8 @@ void update_rate_menu(const play_args &args);
 void relabel_player_tool(const play_args &args);
 [[nodiscard]] std::string format_movie_label(const play_args &args);
 
-// What the menus do; they are called with the window open, set_mode without one, too.
-void quit_player(toolkit::word unused);
+// What the menus do, but for quit_player; they are called with the window open, set_mode without
+// one, too.
 void zoom_up(play_args &args);
 void zoom_down(play_args &args);
 void restore_zoom(play_args &args);

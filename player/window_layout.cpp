@@ -44,10 +44,10 @@ float filling_zoom(std::int32_t side, int room) {
     return zoomed(side, zoom) < room ? std::nextafter(zoom, gl::max_rectzoom) : zoom;
 }
 
-// The zoom at which the whole picture has room, args.zoom at most.
-float fitting_zoom(const play_args &args, extent room) {
-    return std::min({static_cast<float>(args.zoom), gl::max_rectzoom,
-                     filling_zoom(args.width, room.width), filling_zoom(args.height, room.height)});
+// The zoom at which the whole picture has room, `most` at most.
+float fitting_zoom(const play_args &args, float most, extent room) {
+    return std::min({most, gl::max_rectzoom, filling_zoom(args.width, room.width),
+                     filling_zoom(args.height, room.height)});
 }
 
 // What stands along the edges of a window of this size.
@@ -64,13 +64,10 @@ window_layout frame_of(extent window, int controls_y, int label_y) {
     return made;
 }
 
-// Puts the picture into the middle of a place, as large as args.zoom and the place allow.
-void place_picture(const play_args &args, const screen_box &place, window_layout *in) {
-    in->zoom = fitting_zoom(args, {std::max(+place.width, 1), std::max(+place.height, 1)});
-    const int width = zoomed(args.width, in->zoom);
-    const int height = zoomed(args.height, in->zoom);
-    in->picture = make_box(place.x + (place.width - width) / 2,
-                           place.y + (place.height - height) / 2, width, height);
+void put_picture(const play_args &args, const screen_box &place, window_layout *in) {
+    const placed_picture placed = place_picture(args, static_cast<float>(args.zoom), place);
+    in->picture = placed.box;
+    in->zoom = placed.zoom;
 }
 
 // A size of the same shape, not above the room there is.
@@ -88,10 +85,21 @@ extent reduced(extent size, extent room) {
 extent place_for(const play_args &args, extent fitted, extent room) {
     const extent same_shape = reduced(fitted, room);
     const extent cut{std::min(fitted.width, room.width), std::min(fitted.height, room.height)};
-    return fitting_zoom(args, cut) > fitting_zoom(args, same_shape) ? cut : same_shape;
+    const auto zoom = static_cast<float>(args.zoom);
+    return fitting_zoom(args, zoom, cut) > fitting_zoom(args, zoom, same_shape) ? cut : same_shape;
 }
 
 } // namespace
+
+placed_picture place_picture(const play_args &args, float most, const screen_box &place) {
+    placed_picture made;
+    made.zoom = fitting_zoom(args, most, {std::max(+place.width, 1), std::max(+place.height, 1)});
+    const int width = zoomed(args.width, made.zoom);
+    const int height = zoomed(args.height, made.zoom);
+    made.box = make_box(place.x + (place.width - width) / 2, place.y + (place.height - height) / 2,
+                        width, height);
+    return made;
+}
 
 window_layout first_layout(const play_args &args, bool standalone) {
     const bool is_narrow = args.width < empty_width;
@@ -138,17 +146,17 @@ window_layout fitted_layout(const play_args &args, extent screen) {
     const int x = is_narrow ? scale_x(narrow_window) / 2 - place.width / 2 : scale_x(margin);
     window_layout made =
         frame_of(window, scale_y(margin), window.height - scale_y(label_below_top));
-    place_picture(args, make_box(x, scale_y(picture_y), place.width, place.height), &made);
+    put_picture(args, make_box(x, scale_y(picture_y), place.width, place.height), &made);
     return made;
 }
 
 window_layout layout_in(const play_args &args, extent window) {
     window_layout made =
         frame_of(window, scale_y(margin), window.height - scale_y(label_below_top));
-    place_picture(args,
-                  make_box(scale_x(margin), scale_y(picture_y), window.width - 2 * scale_x(margin),
-                           window.height - scale_y(frame_height)),
-                  &made);
+    put_picture(args,
+                make_box(scale_x(margin), scale_y(picture_y), window.width - 2 * scale_x(margin),
+                         window.height - scale_y(frame_height)),
+                &made);
     return made;
 }
 

@@ -32,6 +32,14 @@ struct window_layout {
     float zoom = 1.0F; // of the picture as it is drawn: args.zoom, or less when that has no room
 };
 
+// The picture in the middle of a place, as large as the place and a zoom of `most` allow.
+struct placed_picture {
+    toolkit::screen_box box;
+    float zoom = 1.0F;
+};
+[[nodiscard]] placed_picture place_picture(const play_args &args, float most,
+                                           const toolkit::screen_box &place);
+
 // The window as it is built, before a movie has its say: for a picture of args.width x
 // args.height. Linked, narrow pictures stand in the middle, else at the left margin.
 [[nodiscard]] window_layout first_layout(const play_args &args, bool standalone);

@@ -1,5 +1,6 @@
 #include "player/play_stats.h"
 #include "player/quit_signals.h"
+#include "player/session_decisions.h"
 #include "tests/player/window_fixture.h"
 
 #include <csignal>

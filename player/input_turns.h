@@ -1,0 +1,41 @@
+// One turn of the player's loops: waiting for input, and passing an event on.
+//
+//   install_window_calls();
+//   while (!is_over() && !state.leave_loop)
+//       if (wait_and_route() == routed::escape) ...
+#pragma once
+
+#include "player/play_args.h"
+
+namespace player {
+
+// Whether there is no point in going on: the user, a signal or a lost display ends the program.
+[[nodiscard]] bool is_over();
+
+// Sleeps until the event queue has something, a signal has come, or `also` (-1: nothing) can be
+// read. A test's clock is moved by the queue's own waiting, so with such a clock that does the
+// sleeping.
+void sleep_until_input(int also = -1);
+
+enum class routed {
+    nothing,
+    event,
+    escape // the Escape key, which nobody had asked for (no open menu, no blocked input)
+};
+
+// Takes the next toolkit event, if one is waiting, and passes it on; sleeps once if there is none.
+routed wait_and_route();
+
+// The same without sleeping.
+routed route_waiting();
+
+// Tells everybody where the pointer is.
+void deliver_pointer_position();
+
+// Has the toolkit's input layer call the view for window events that it reads itself.
+void install_window_calls();
+
+// A window came back from being an icon.
+void thaw_window(int window);
+
+} // namespace player
