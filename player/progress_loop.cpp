@@ -34,8 +34,9 @@ void take_messages(ipc_link &parent, play_args &args, movie_ref &ref) {
     }
     if (state.quit_requested)
         return;
-    if (state.frames_received != frames_before || parent.is_lost != was_lost)
-        update_progress_window();
+    const bool is_new = state.frames_received != frames_before || parent.is_lost != was_lost;
+    if (is_new && update_progress_window())
+        deliver_pointer_position();
 }
 
 // Whether a preview has come to its end, and can be played.
@@ -52,6 +53,7 @@ void progress_loop(ipc_link &parent, play_args &args, movie_ref &ref) {
     install_progress_view();
     install_window_calls();
     take_input();
+    deliver_pointer_position();
     while (!is_over() && !state.leave_loop) {
         sleep_until_input(parent.socket > 0 ? parent.socket : -1);
         take_input();

@@ -247,13 +247,15 @@ int build_progress_window(play_args &args) {
     return 0;
 }
 
-void update_progress_window() {
+bool update_progress_window() {
     if (window() == nullptr)
-        return;
-    state.progress_redraw_only = !update_controls();
+        return false;
+    const bool has_other_controls = update_controls();
+    state.progress_redraw_only = !has_other_controls;
     toolkit::drawWidget(window());
     state.progress_redraw_only = false;
     gl::flush_windows();
+    return has_other_controls;
 }
 
 bool is_progress_window(int gl_window) {

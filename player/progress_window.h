@@ -28,8 +28,9 @@ extern progress_widgets progress;
 // the window. Returns 0, or -1 when the display refuses it: then the program is to end.
 int build_progress_window(play_args &args);
 
-// Draws what a new frame changes, or the loss of the renderer, at once.
-void update_progress_window();
+// Draws what a new frame changes, or the loss of the renderer, at once. Returns whether there are
+// other controls than before: the pointer may be on one of them.
+bool update_progress_window();
 
 // Whether a GL window is it; its number for window events.
 [[nodiscard]] bool is_progress_window(int gl_window);

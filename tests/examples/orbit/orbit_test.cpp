@@ -1,0 +1,43 @@
+// The example renderer: what it tells, and how it ends, by what its user does.
+#include "tests/link/run_renderer.h"
+
+#include <gtest/gtest.h>
+
+namespace render_link {
+
+TEST(Orbit, HeedsItsUser) {
+    const struct {
+        const char *words;
+        const char *orders;
+        int status;
+        const char *out;
+    } cases[] = {
+        {"--render", "", 0, "5 of 5 frames rendered.\n"},
+        {"--preview --rate 12.5", "", 0, "5 of 5 frames rendered.\n"},
+        {"--render --slow 50", "pause@2=100", 0, "Paused.\nResumed.\n5 of 5 frames rendered.\n"},
+        {"--render --slow 50", "cancel@2", 3, "2 of 5 frames rendered; the user cancelled.\n"},
+        {"--render --slow 50", "quit@2", 0, "Nobody watches any more: the user has closed"},
+        {"--preview --slow 50", "die@2", 0, "(Killed). Rendering on.\n5 of 5 frames rendered.\n"},
+        {"--render --player /nowhere", "", 1, "orbit: no program to start: /nowhere\n"},
+        {"--size 8", "", 2, "orbit: --size does not take \"8\"\n"},
+        {"--frames 0", "", 2, "orbit: --frames does not take \"0\"\n"},
+        {"--turns 2", "", 2, "orbit: there is no option --turns\n"},
+    };
+    for (const auto &each : cases) {
+        SCOPED_TRACE(std::string(each.words) + ", " + each.orders);
+        const renderer_outcome got = run_renderer(
+            std::string("timeout 30 " ORBIT " --size 12x8 --frames 5 ") + each.words, each.orders);
+        EXPECT_EQ(got.status, each.status);
+        EXPECT_NE(got.out.find(each.out), std::string::npos) << got.out;
+    }
+}
+
+TEST(Orbit, EndsAndClosesThePlayerWhenInterrupted) {
+    const renderer_outcome got = run_renderer(
+        "timeout --preserve-status -s INT 1 " ORBIT " --size 12x8 --frames 5", "pause@2=20000");
+    EXPECT_EQ(got.status, 130);
+    EXPECT_NE(got.out.find("Paused.\n"), std::string::npos) << got.out;
+    EXPECT_NE(got.out.find("2 of 5 frames rendered; interrupted.\n"), std::string::npos) << got.out;
+}
+
+} // namespace render_link

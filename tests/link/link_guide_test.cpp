@@ -1,0 +1,69 @@
+// The guide's renderer, written in C, does what the guide says; and the guide leaves out no call,
+// result or code.
+#include "tests/link/run_renderer.h"
+
+#include "link/own_segments.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+
+namespace render_link {
+
+namespace {
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+TEST(LinkGuide, ItsRendererRuns) {
+    const struct {
+        const char *words;
+        const char *orders;
+        int status;
+        const char *out;
+    } cases[] = {
+        {"", "ok=0", 0, "all frames rendered\n"},
+        {" preview", "linger=0 size=100x50", 0, "all frames rendered\n"},
+        {"", "pause@3=100", 0, "paused\nresumed\nall frames rendered\n"},
+        {"", "cancel@4", 3, "cancelled\n"},
+        {"", "quit@4", 0, "the user has closed the player\n"},
+        {"", "die@4", 0, "signal 9 (Killed)\n"},
+        {"", "refuse@4", 0, "the player has refused the frame before\nall frames rendered\n"},
+        {"", "exit=3", 0, "nobody will see it: "},
+    };
+    for (const auto &each : cases) {
+        SCOPED_TRACE(each.orders);
+        const renderer_outcome got =
+            run_renderer(std::string("timeout 20 " GUIDE_RENDERER) + each.words, each.orders);
+        EXPECT_EQ(got.status, each.status);
+        EXPECT_NE(got.out.find(each.out), std::string::npos) << got.out;
+    }
+}
+
+TEST(LinkGuide, NamesOnlyWhatThereIs) {
+    const std::string header = read_file(HEADER);
+    const std::string guide = read_file(GUIDE);
+    ASSERT_FALSE(header.empty());
+    const std::regex name("(?:reel_link|REEL_LINK)_\\w+");
+    std::set<std::string> there;
+    for (std::sregex_iterator at(header.begin(), header.end(), name), end; at != end; ++at)
+        there.insert(at->str());
+    for (std::sregex_iterator at(guide.begin(), guide.end(), name), end; at != end; ++at)
+        EXPECT_EQ(there.count(at->str()), 1U) << at->str();
+    for (const std::string &call : there) {
+        const bool is_call = header.find(call + "(") != std::string::npos;
+        EXPECT_TRUE(!is_call || guide.find(call) != std::string::npos) << call;
+    }
+    char mark[16];
+    std::snprintf(mark, sizeof mark, "0x%X", static_cast<unsigned>(key_mark));
+    EXPECT_NE(guide.find(mark), std::string::npos);
+}
+
+} // namespace render_link
