@@ -4,6 +4,7 @@
 #   ./bench.sh codec [--json FILE]     the movie codec, against memory and FFmpeg (2 minutes)
 #   ./bench.sh read [--json FILE]      finding and reading the frames of a long movie
 #   ./bench.sh toolkit                 objects and demons; boxes, texts, icons drawn
+#   ./bench.sh link                    frames from a renderer to the screen (1 minute)
 #   ./bench.sh playback [SECONDS]      playing on a virtual display, beside mpv and ffplay (4 minutes)
 #
 # --json FILE: the single measurements too, as Google Benchmark writes them. Each program runs on
@@ -11,7 +12,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
-usage() { sed -n '2,10s/^# \{0,1\}//p' "$0"; }
+usage() { sed -n '2,11s/^# \{0,1\}//p' "$0"; }
 
 refuse() {
     usage >&2
@@ -69,9 +70,14 @@ toolkit)
     for program in "${programs[@]}"; do build "$program"; done
     for program in "${programs[@]}"; do run_pinned "$program"; done
     ;;
+link)
+    [ $# -eq 1 ] || refuse
+    for program in playertool link_frames; do build "$program"; done
+    exec "$here/bench/link" "$here/build/bench/bin"
+    ;;
 playback)
     [ $# -le 2 ] || refuse
-    for program in playertool reel reel_images reel_videos first_picture; do build "$program"; done
+    for program in playertool reel reel_images reel_videos first_picture scrub; do build "$program"; done
     exec "$here/bench/playback" "$here/build/bench/bin" "${@:2}"
     ;;
 '' | -h | --help) usage ;;

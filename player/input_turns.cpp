@@ -41,6 +41,16 @@ bool take_event(input_event *e, int wait) {
     return true;
 }
 
+// Escape is delivered when pressed and when released, and may be released by the time that the press
+// is seen. It counts once it is released: then it can not answer the question that it brings up. A
+// release whose press somebody else took does not count.
+bool is_escape_released() {
+    static bool was_pressed = false;
+    const bool is_release = was_pressed && !gl::getbutton(gl::ESCKEY);
+    was_pressed = !is_release;
+    return is_release;
+}
+
 bool is_for_all(std::int16_t input_class) {
     return toolkit::inq_event_receiver(input_class) == toolkit::inq_demon_god();
 }
@@ -48,7 +58,7 @@ bool is_for_all(std::int16_t input_class) {
 // Handlers get a copy: a loop within one goes on with the message of its own.
 routed route(const input_event &e) {
     const bool is_escape = e.type == toolkit::input_keyboard &&
-                           e.value == toolkit::escape_character && gl::getbutton(gl::ESCKEY) &&
+                           e.value == toolkit::escape_character && is_escape_released() &&
                            is_for_all(toolkit::input_keyboard);
     if (!translate_event(e.type, e.value, e.position, &current_message))
         return routed::nothing;

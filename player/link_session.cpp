@@ -150,7 +150,9 @@ void block_input(ipc_link &parent) {
     if (parent.blocked == max_blocks)
         return;
     ++parent.blocked;
-    toolkit::push_event_filter(progress.label.get(), toolkit::total_filter_mask);
+    // To a part that takes no input. A control would take the filter for the pointer that it holds,
+    // and end it.
+    toolkit::push_event_filter(progress.report.get(), toolkit::total_filter_mask);
 }
 
 void unblock_input(ipc_link &parent) {

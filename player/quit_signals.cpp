@@ -1,9 +1,13 @@
 #include "player/quit_signals.h"
 
+#include "platform/gl/queue.h"
+#include "toolkit/demons/dispatch.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -24,6 +28,14 @@ void take_signal(int /*number*/) {
     errno = kept_errno;
 }
 
+// Within dialogs, whose loop is the toolkit's.
+void sleep_in_dialog() {
+    std::array<pollfd, 2> sources{pollfd{gl::qgetfd(), POLLIN, 0}, pollfd{wake_fd, POLLIN, 0}};
+    poll(sources.data(), sources.size(), -1);
+    if (quit_signal_arrived())
+        toolkit::bump();
+}
+
 } // namespace
 
 int install_quit_signals() {
@@ -31,6 +43,7 @@ int install_quit_signals() {
         wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake_fd < 0)
         return -1;
+    toolkit::set_input_sleep(sleep_in_dialog);
     struct sigaction action = {};
     action.sa_handler = take_signal;
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);

@@ -1,5 +1,6 @@
 // SIGINT, SIGTERM and SIGHUP end the player as its Quit does: loops are left, windows closed,
-// statistics written. A second signal of the same kind ends the process at once.
+// statistics written; what is being asked then is left unanswered. A second signal of the same
+// kind ends the process at once.
 //
 //   install_quit_signals();
 //   poll({gl::qgetfd(), quit_signal_fd()}) ...

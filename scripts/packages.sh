@@ -16,7 +16,8 @@ packages_for_virtual_display=(xvfb xauth xdotool imagemagick)
 
 # To measure.
 packages_to_bench=(
-    "${packages_to_play[@]}" "${packages_for_virtual_display[@]}" libbenchmark-dev mpv ffmpeg
+    "${packages_to_play[@]}" "${packages_for_virtual_display[@]}" libbenchmark-dev
+    libxcb-xtest0-dev mpv ffmpeg
 )
 
 # To check.

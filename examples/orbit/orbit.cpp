@@ -63,7 +63,6 @@ void heed(rendering &work, int result) {
                     reel_link_text(work.link.get()));
         work.is_watched = false;
     }
-    std::fflush(stdout);
 }
 
 // Between rows: what is new, without waiting for it.
@@ -153,6 +152,7 @@ int main(int argc, char **argv) {
         std::fputs(orbit::usage, stdout);
         return 0;
     }
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // said when it happens, in pipes and files too
     std::signal(SIGINT, [](int) { orbit::interrupted = 1; });
     return orbit::run(work);
 }

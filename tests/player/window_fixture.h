@@ -52,6 +52,7 @@ protected:
         screen_height = gl::getgdesc(gl::GD_YPMAX);
         due_us = 0;
         told.clear();
+        probes.clear();
         toolkit::cursor_filter = note_dialog;
         window_drop = player::view.drop;
         player::view.drop = take_probe;

@@ -1,5 +1,6 @@
 #include "toolkit/demons/dispatch.h"
 
+#include "platform/clock/program_clock.h"
 #include "platform/gl/queue.h"
 #include "toolkit/demons/cursor_filters.h"
 #include "toolkit/demons/event_filters.h"
@@ -37,6 +38,7 @@ struct loop_state {
     bool bumped = false;
     start_up_function start_up = nullptr;
     word start_up_argument = 0;
+    input_sleep sleep = nullptr;
     demon_ref none_event_demon;
     demon_message current;
     bool motion_is_due = false; // current.point is a place that the demons don't know
@@ -249,9 +251,13 @@ void dispatch_loop(int play, int record, int step, const char *play_name, const 
 void main_event_loop() {
     unbump();
     while (!is_loop_over()) {
+        const bool has_own_sleep = state.sleep != nullptr && !program_clock::is_manual();
         input_event e;
-        if (get_event(&e, wait_for_event, &state.play_file, state.record_file))
+        if (get_event(&e, has_own_sleep ? no_wait : wait_for_event, &state.play_file,
+                      state.record_file))
             take_event(e);
+        else if (has_own_sleep)
+            state.sleep();
     }
     unbump();
 }
@@ -293,6 +299,10 @@ void quit_dispatch() {
 void set_start_up_call(start_up_function function, word argument) {
     state.start_up = function;
     state.start_up_argument = argument;
+}
+
+void set_input_sleep(input_sleep sleep) {
+    state.sleep = sleep;
 }
 
 void gl_set_none_event_demon(demon *d) {

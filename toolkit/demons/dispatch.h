@@ -78,6 +78,12 @@ void quit_dispatch();
 using start_up_function = void (*)(word argument);
 void set_start_up_call(start_up_function function, word argument);
 
+// Sleeps for main_event_loop until the event queue has something (gl::qgetfd), for programs that
+// wait for more than that: it may return sooner, and bump. Not used with a clock that is moved by
+// hand, as the queue's own sleeping moves it. Null: the queue sleeps.
+using input_sleep = void (*)();
+void set_input_sleep(input_sleep sleep);
+
 // Gets the idle ticks (msg_none), whatever filters there are. Null, or once it is destroyed: nobody
 // gets them.
 void gl_set_none_event_demon(demon *d);

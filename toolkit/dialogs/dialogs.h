@@ -19,7 +19,8 @@
 // Return answers yes, from the answer's field too. Escape answers no; where there is no such button
 // it gives up, or acknowledges. Closing the window answers no, and so does whatever else ends a
 // dialog without an answer: its window's destruction, the end of the program (quit_dispatch), a
-// bump() by somebody else. When the display refuses the window, the answer is no at once.
+// bump() by somebody else, as by a program that a signal ends (set_input_sleep). When the display
+// refuses the window, the answer is no at once.
 //
 // Texts are UTF-8, with '\n' between lines; null counts as "". Lines that are wider than the screen
 // are wrapped.

@@ -267,6 +267,25 @@ TEST_F(dialogs_fixture, whatever_ends_a_dialog_leaves_nothing_behind) {
     }
 }
 
+TEST_F(dialogs_fixture, a_program_that_is_to_end_waits_for_no_answer) {
+    static int sleeps;
+    sleeps = 0;
+    program_clock::use_system_clock();
+    set_input_sleep([] {
+        if (++sleeps == 1) {
+            EXPECT_EQ(ask_yes_no("inner"), answer_no);
+        }
+        bump();
+    });
+    std::string answer = "kept";
+    EXPECT_EQ(ask("outer", 600, 500, &answer), dialog_no);
+    EXPECT_EQ(answer, "kept");
+    message("and then");
+    set_input_sleep(nullptr);
+    EXPECT_EQ(sleeps, 3);
+    EXPECT_EQ(windows_open(), 1U);
+}
+
 TEST_F(dialogs_fixture, a_closing_window_and_a_menu_give_way_to_a_question) {
     demon *bar = addMenuBar(window, 0, 270, 400, 30);
     demon *menu = addPullDown(bar, "Menu", 0);
