@@ -247,8 +247,7 @@ int waitforprocessresponse(socket_record &record, const link_socket_set &links, 
 
 void killsocks(std::uint16_t own_id, std::uint16_t own_instance, link_socket_set &links) {
     socket_record message;
-    message.numof_cmds = header_cmds;
-    message.datacmd = {own_id, own_instance, anybody, anybody, class_kill, code_kill};
+    fill_header(message, own_id, own_instance, anybody, anybody, class_kill, code_kill);
     for (int socket = 0; socket <= max_answered_socket; socket++) {
         if (!links.has(socket))
             continue;

@@ -3,7 +3,6 @@
 #include "ipc/reports.h"
 #include "ipc/waiting.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -35,26 +34,6 @@ bool is_program(const std::string &path) {
         return true;
     errno = EACCES; // a directory, which may be "executable" too
     return false;
-}
-
-// The file that starting `program` executes; empty with errno set when there is none.
-std::string find_program(const char *program) {
-    if (std::string_view(program).find('/') != std::string_view::npos)
-        return is_program(program) ? program : "";
-    const char *const path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe)
-    std::string_view left = path != nullptr ? path : default_path;
-    while (true) {
-        const std::string_view folder = left.substr(0, left.find(':'));
-        std::string file(folder.empty() ? "." : folder);
-        file.append("/").append(program);
-        if (is_program(file))
-            return file;
-        if (folder.size() == left.size())
-            break;
-        left.remove_prefix(folder.size() + 1);
-    }
-    errno = ENOENT;
-    return "";
 }
 
 // What a started program begins with, owned.
@@ -130,14 +109,6 @@ int start_and_accept(const char *program, int listener, std::uint16_t port, pid_
     return socket;
 }
 
-void fill_header(socket_record &record, std::uint16_t id, std::uint16_t instance,
-                 std::uint16_t to_id, std::uint16_t to_instance, std::uint16_t message_class,
-                 std::uint16_t code) {
-    record = socket_record{};
-    record.numof_cmds = header_cmds;
-    record.datacmd = {id, instance, to_id, to_instance, message_class, code};
-}
-
 // As waitforprocessresponse does, for one socket of whatever number and with a time limit.
 int wait_for_record(int socket, socket_record &record, int time_limit) {
     if (wait_ready(socket, POLLIN, moment_after(time_limit)) <= 0) {
@@ -185,7 +156,7 @@ bool await_init_data(int socket) {
     const moment last = moment_after(init_limit);
     bool watching = true;
     int waits = 0;
-    while (waits < most_init_waits && std::chrono::steady_clock::now() < last) {
+    while (waits < most_init_waits && !is_over(last)) {
         pollfd parent{socket, POLLIN, 0};
         const int ready = poll(&parent, watching ? 1 : 0, init_wait);
         if (ready == 0) {
@@ -206,6 +177,25 @@ bool await_init_data(int socket) {
 }
 
 } // namespace
+
+std::string find_program(const char *program) {
+    if (std::string_view(program).find('/') != std::string_view::npos)
+        return is_program(program) ? program : "";
+    const char *const path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe)
+    std::string_view left = path != nullptr ? path : default_path;
+    while (true) {
+        const std::string_view folder = left.substr(0, left.find(':'));
+        std::string file(folder.empty() ? "." : folder);
+        file.append("/").append(program);
+        if (is_program(file))
+            return file;
+        if (folder.size() == left.size())
+            break;
+        left.remove_prefix(folder.size() + 1);
+    }
+    errno = ENOENT;
+    return "";
+}
 
 pid_t launch_linked(const char *program, std::uint16_t port) {
     start_settings settings;
@@ -242,12 +232,10 @@ int await_linked(int listener, pid_t process, int time_limit) {
     const moment until = moment_after(time_limit);
     while (true) {
         const bool running = is_child_running(process); // asked first: it may connect and end
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
-        const bool last = left.count() <= look_interval;
-        const auto slice =
-            std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, look_interval);
-        const int socket = accept_link(listener, running ? static_cast<int>(slice) : 0);
+        const int left = milliseconds_left(until);
+        const bool last = left != no_time_limit && left <= look_interval;
+        const int slice = last ? left : look_interval;
+        const int socket = accept_link(listener, running ? slice : 0);
         if (socket >= 0 || errno != ETIMEDOUT)
             return socket;
         if (!running) {

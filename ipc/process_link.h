@@ -15,6 +15,7 @@
 
 #include "ipc/link_sockets.h"
 
+#include <string>
 #include <sys/types.h>
 
 namespace ipc {
@@ -22,15 +23,19 @@ namespace ipc {
 inline constexpr const char *port_option = "-ipc_link_port";
 
 // Classes and codes of the handshake.
-inline constexpr std::uint16_t class_init_answer = 1;  // init data from startsomeprocess
-inline constexpr std::uint16_t class_kill = 2;         // kill, kill answer
-inline constexpr std::uint16_t class_init = 3;         // init request, init data of connecttoprocess
-inline constexpr std::uint16_t class_connect = 4;      // connect request
-inline constexpr std::uint16_t code_init_data = 101;   // from the parent
+inline constexpr std::uint16_t class_init_answer = 1; // init data from startsomeprocess
+inline constexpr std::uint16_t class_kill = 2;        // kill, kill answer
+inline constexpr std::uint16_t class_init = 3;        // init request, init data of connecttoprocess
+inline constexpr std::uint16_t class_connect = 4;     // connect request
+inline constexpr std::uint16_t code_init_data = 101;  // from the parent
 inline constexpr std::uint16_t code_kill_answer = 201; // from who will not be linked
 inline constexpr std::uint16_t IPC_INITDATARDY = 300;  // from the child: init request
 inline constexpr std::uint16_t code_kill = 400;
 inline constexpr std::uint16_t code_connect = 402; // longdata[0]: the port to connect to
+
+// The program file that starting `program` executes, looked for along PATH when it has no slash;
+// "" with errno set when there is none, or none that we may execute.
+[[nodiscard]] std::string find_program(const char *program);
 
 // Starts a program with the port option, without waiting for anything: nothing is shared with it
 // but standard streams. program is looked for along PATH when it has no slash. Returns its process

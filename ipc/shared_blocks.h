@@ -49,7 +49,8 @@ inline constexpr int max_fresh_key = 10041;
 int shmem_remove(int id);
 
 // Detaches a block, and removes its segment when nobody else was attached. Returns the result of
-// the last system call made: negative on failure, after a report.
+// the last system call made: negative on failure, after a report; without one when the removal
+// failed (another process was quicker, or it is another user's).
 int shmem_free(void *block, int id);
 
 } // namespace ipc

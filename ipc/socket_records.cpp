@@ -230,6 +230,14 @@ bool read_characters(const reader &from, socket_record &record) {
 
 } // namespace
 
+void fill_header(socket_record &record, std::uint16_t sender, std::uint16_t sender_instance,
+                 std::uint16_t addressee, std::uint16_t addressee_instance,
+                 std::uint16_t message_class, std::uint16_t code) {
+    record = socket_record{};
+    record.numof_cmds = header_cmds;
+    record.datacmd = {sender, sender_instance, addressee, addressee_instance, message_class, code};
+}
+
 // The first count goes out alone: a peer that has gone answers it with a reset, so that the rest
 // meets the broken pipe and the caller hears of it now. The rest is one write, which the peer gets
 // at once.

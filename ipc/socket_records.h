@@ -1,8 +1,7 @@
 // Records on a link: what two processes say to each other over a connected TCP socket.
 //
 //   ipc::socket_record message;
-//   message.numof_cmds = ipc::header_cmds;
-//   message.datacmd = {102, 17, ipc::anybody, ipc::anybody, command_class, command_code};
+//   ipc::fill_header(message, 102, 17, ipc::anybody, ipc::anybody, command_class, command_code);
 //   if (ipc::sendsockdata(socket, message) != 0) ...           // lost
 //   if (ipc::readsockdata(socket, message, 1000) != 0) ...     // lost, or stalled for a second
 //
@@ -52,6 +51,11 @@ struct socket_record {
     std::int32_t numof_floats = 0;
     std::array<float, max_floats> floatdata{};
 };
+
+// Fills the record anew: the header, and nothing behind it.
+void fill_header(socket_record &record, std::uint16_t sender, std::uint16_t sender_instance,
+                 std::uint16_t addressee, std::uint16_t addressee_instance,
+                 std::uint16_t message_class, std::uint16_t code);
 
 // The most bytes that a record takes on the wire, and the least.
 inline constexpr std::size_t max_record_bytes =

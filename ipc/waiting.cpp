@@ -1,8 +1,11 @@
 #include "ipc/waiting.h"
 
+#include "ipc/socket_records.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <limits>
 
 namespace ipc {
 
@@ -24,6 +27,19 @@ moment moment_after(int milliseconds) {
     if (milliseconds < 0)
         return never;
     return std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+}
+
+bool is_over(moment until) {
+    return std::chrono::steady_clock::now() >= until;
+}
+
+int milliseconds_left(moment until) {
+    using namespace std::chrono;
+    if (until == never)
+        return no_time_limit;
+    const auto left = ceil<milliseconds>(until - steady_clock::now()).count();
+    return static_cast<int>(
+        std::clamp<milliseconds::rep>(left, 0, std::numeric_limits<int>::max()));
 }
 
 int poll_until(std::span<pollfd> watched, moment until) {

@@ -3,14 +3,8 @@
 namespace render_link {
 
 void fill_plain(ipc::socket_record &message, std::uint16_t message_class, std::uint16_t code) {
-    message = {};
-    message.numof_cmds = ipc::header_cmds;
-    message.datacmd[ipc::word_sender] = own_id;
-    message.datacmd[ipc::word_sender_instance] = own_instance;
-    message.datacmd[ipc::word_addressee] = ipc::player_id;
-    message.datacmd[ipc::word_addressee_instance] = ipc::player_instance;
-    message.datacmd[ipc::word_class] = message_class;
-    message.datacmd[ipc::word_code] = code;
+    ipc::fill_header(message, own_id, own_instance, ipc::player_id, ipc::player_instance,
+                     message_class, code);
 }
 
 void fill_play_args(ipc::socket_record &message, const reel_link_session &session, int status_key) {

@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
-#include <ctime>
-#include <poll.h>
+#include <chrono>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +15,7 @@ namespace {
 
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
 // How often shared memory is looked at: a frame is taken within milliseconds, a user takes seconds.
 constexpr microseconds first_step{50};
@@ -39,7 +38,7 @@ void note_taken(watched_link &link) {
         return;
     mark_shared(*link.on_its_way);
     link.on_its_way = nullptr;
-    link.has_last |= link.is_last;
+    link.has_last = link.is_last;
 }
 
 int end_session(watched_link &link, int code) {
@@ -79,12 +78,14 @@ int judge_end(watched_link &link) {
         return end_session(link, REEL_LINK_LOST);
     }
     int status = unknown_status;
-    if (!await_end(link.child, time_limit(end_limit), &status)) {
+    if (!await_end(link.child, ipc::moment_after(end_limit), &status)) {
         say(link.over_text, 0, "the player (process %ld) has closed the link, but runs on",
             link.player);
         return end_session(link, REEL_LINK_LOST);
     }
     if (status != unknown_status && WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+        if (link.is_render && link.has_last)
+            return end_finished(link);
         say(link.over_text, 0, "the user has closed the player");
         return end_session(link, REEL_LINK_CLOSED);
     }
@@ -93,9 +94,12 @@ int judge_end(watched_link &link) {
     return end_session(link, REEL_LINK_LOST);
 }
 
-// The answer to our question comes behind the frame: when that is not taken now, it never is.
+// The answer to our question comes behind the frame: when that is not taken now, it never is. An
+// answer that comes late, to what was asked of a frame before, tells nothing of this one.
 void take_message(watched_link &link, const ipc::socket_record &message) {
-    if (!link.asked || !is_answer(message, ipc::code_pid, 1))
+    if (link.unanswered == 0 || !is_answer(message, ipc::code_pid, 1))
+        return;
+    if (--link.unanswered > 0 || !link.asked)
         return;
     link.asked = false;
     note_taken(link);
@@ -103,32 +107,25 @@ void take_message(watched_link &link, const ipc::socket_record &message) {
     link.on_its_way = nullptr;
 }
 
-// Waits for the socket to have something.
-void sleep_at_socket(const watched_link &link, microseconds time) {
-    const auto whole = std::chrono::duration_cast<std::chrono::seconds>(time);
-    const timespec most{whole.count(),
-                        std::chrono::duration_cast<std::chrono::nanoseconds>(time - whole).count()};
-    pollfd ready{link.socket, POLLIN, 0};
-    ::ppoll(&ready, 1, &most, nullptr);
+// Waits for the socket to have something, for one step at most.
+void sleep_at_socket(const watched_link &link, microseconds step, ipc::moment until) {
+    (void)ipc::wait_ready(link.socket, POLLIN, std::min(until, steady_clock::now() + step));
 }
 
 int ask_if_refused(watched_link &link) {
-    if (link.asked || is_paused(link) || std::chrono::steady_clock::now() < link.sent + ask_after)
+    if (link.asked || is_paused(link) || steady_clock::now() < link.sent + ask_after)
         return REEL_LINK_OK;
     ipc::socket_record message;
     fill_plain(message, ipc::class_request, ipc::code_request_pid);
     link.asked = true;
+    ++link.unanswered;
     return send_message(link, message);
 }
 
 } // namespace
 
-int read_message(int socket, ipc::socket_record &message, const time_limit &limit) {
-    pollfd ready{socket, POLLIN, 0};
-    int count;
-    while ((count = ::poll(&ready, 1, limit.left())) < 0 && errno == EINTR) {
-    }
-    if (count == 0)
+int read_message(int socket, ipc::socket_record &message, ipc::moment until) {
+    if (ipc::wait_ready(socket, POLLIN, until) == 0)
         return message_none;
     char byte;
     if (::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) <= 0)
@@ -141,7 +138,7 @@ int look(watched_link &link) {
         return link.over;
     ipc::socket_record message;
     for (int count = 0; count < messages_at_once; ++count) {
-        const int result = read_message(link.socket, message, time_limit(0));
+        const int result = read_message(link.socket, message, ipc::moment_after(0));
         if (result == message_ended)
             return judge_end(link);
         if (result == message_none)
@@ -156,7 +153,7 @@ bool is_paused(const watched_link &link) {
            status_byte(link, ipc::status_state).load() == ipc::state_paused;
 }
 
-int await_taken(watched_link &link, const time_limit &limit, bool through_pause) {
+int await_taken(watched_link &link, ipc::moment until, bool through_pause) {
     for (microseconds step = first_step;; step = std::min(2 * step, taken_step)) {
         if (look(link) != REEL_LINK_OK)
             return link.over;
@@ -169,15 +166,15 @@ int await_taken(watched_link &link, const time_limit &limit, bool through_pause)
             return REEL_LINK_PAUSED;
         if (link.on_its_way == nullptr)
             return REEL_LINK_OK;
-        if (limit.is_over())
+        if (ipc::is_over(until))
             return REEL_LINK_TIMEOUT;
         if (ask_if_refused(link) != REEL_LINK_OK)
             return link.over;
-        sleep_at_socket(link, limit.at_most(link.asked || paused ? slow_step : step));
+        sleep_at_socket(link, link.asked || paused ? slow_step : step, until);
     }
 }
 
-int await_decision(watched_link &link, const time_limit &limit) {
+int await_decision(watched_link &link, ipc::moment until) {
     for (microseconds step = taken_step;; step = std::min(2 * step, decision_step)) {
         if (look(link) != REEL_LINK_OK)
             return link.over;
@@ -185,9 +182,9 @@ int await_decision(watched_link &link, const time_limit &limit) {
             link.told_paused = !link.told_paused;
             return link.told_paused ? REEL_LINK_PAUSED : REEL_LINK_RESUMED;
         }
-        if (limit.is_over())
+        if (ipc::is_over(until))
             return REEL_LINK_OK;
-        sleep_at_socket(link, limit.at_most(step));
+        sleep_at_socket(link, step, until);
     }
 }
 
@@ -207,7 +204,7 @@ int send_frame(watched_link &link, own_segment &block, std::size_t bytes, int fr
     status_byte(link, ipc::status_taken).store(0);
     link.on_its_way = &block;
     link.is_last = is_last;
-    link.sent = std::chrono::steady_clock::now();
+    link.sent = steady_clock::now();
     link.asked = false;
     return send_message(link, message);
 }

@@ -1,7 +1,7 @@
 // A session that is on: what the user decides, whether the player has taken the frame that was sent
 // last, and whether it is still there.
 //
-//   int result = await_taken(link, time_limit(1000), false);
+//   int result = await_taken(link, ipc::moment_after(1000), false);
 //   if (result == REEL_LINK_OK)
 //       result = send_message(link, message);
 //
@@ -9,13 +9,12 @@
 // it takes.
 #pragma once
 
+#include "ipc/waiting.h"
 #include "link/call_text.h"
 #include "link/link_messages.h"
 #include "link/own_segments.h"
-#include "link/time_limit.h"
 
 #include <array>
-#include <chrono>
 #include <sys/types.h>
 
 namespace render_link {
@@ -30,13 +29,14 @@ struct watched_link {
     pid_t child = -1; // our child: the player, or a program that started it
     long player = 0;  // process number, by its own word
     own_segment status;
-    std::array<own_segment, 2> blocks;          // frames, in turn
-    own_segment *on_its_way = nullptr;          // the block that the player has not taken yet
-    std::chrono::steady_clock::time_point sent; // when it was told of that
+    std::array<own_segment, 2> blocks; // frames, in turn
+    own_segment *on_its_way = nullptr; // the block that the player has not taken yet
+    ipc::moment sent;                  // when it was told of that
+    int unanswered = 0;                // questions; answers come in their order
     bool asked = false;    // whether it has refused that frame: the answer comes behind it
     bool refused = false;  // it has
     bool is_last = false;  // the frame on its way has the last number
-    bool has_last = false; // the player has taken the one that has
+    bool has_last = false; // the one that the player has taken last has it
     bool is_render = false;
     bool told_paused = false; // what the caller was told last
 };
@@ -49,11 +49,11 @@ int look(watched_link &link);
 
 // Waits until no frame is on its way. Returns REEL_LINK_OK; TIMEOUT; REFUSED, once for each frame;
 // PAUSED, unless through_pause; or what has ended the session.
-[[nodiscard]] int await_taken(watched_link &link, const time_limit &limit, bool through_pause);
+[[nodiscard]] int await_taken(watched_link &link, ipc::moment until, bool through_pause);
 
 // Waits until the user has decided something that the caller was not told. Returns PAUSED, RESUMED,
 // REEL_LINK_OK when the time is over; or what has ended the session.
-[[nodiscard]] int await_decision(watched_link &link, const time_limit &limit);
+[[nodiscard]] int await_decision(watched_link &link, ipc::moment until);
 
 // Returns REEL_LINK_OK or what has ended the session.
 [[nodiscard]] int send_message(watched_link &link, const ipc::socket_record &message);
@@ -67,7 +67,7 @@ inline constexpr int message_none = 1;   // of read_message
 inline constexpr int message_ended = -1; // the link is at its end
 
 // Reads one message if it comes in time. Returns 0, message_none or message_ended.
-[[nodiscard]] int read_message(int socket, ipc::socket_record &message, const time_limit &limit);
+[[nodiscard]] int read_message(int socket, ipc::socket_record &message, ipc::moment until);
 
 // Gives back socket and segments.
 void close_watch(watched_link &link);

@@ -4,6 +4,8 @@
 #include "link/link_messages.h"
 #include "link/reel_link.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -11,12 +13,10 @@
 #include <cstring>
 #include <filesystem>
 #include <mutex>
-#include <new>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace render_link {
 
@@ -26,54 +26,26 @@ namespace {
 
 constexpr const char *player_name = "playertool";
 constexpr const char *player_variable = "REEL_PLAYER";
-
-bool is_program(const fs::path &file) {
-    std::error_code error;
-    return fs::is_regular_file(file, error) && ::access(file.c_str(), X_OK) == 0;
-}
-
-bool find_along_path(const std::string &name, std::string &program) {
-    const char *path = std::getenv("PATH");
-    std::string folders = path != nullptr ? path : "/usr/local/bin:/usr/bin:/bin";
-    folders += ':';
-    for (std::size_t begin = 0, end; (end = folders.find(':', begin)) != std::string::npos;
-         begin = end + 1) {
-        const std::string folder = folders.substr(begin, end - begin);
-        const fs::path file = fs::path(folder.empty() ? "." : folder) / name;
-        if (is_program(file)) {
-            program = file;
-            return true;
-        }
-    }
-    return false;
-}
-
-// A path, or a name along PATH.
-bool find_program(const std::string &wanted, std::string &program) {
-    if (wanted.find('/') == std::string::npos)
-        return find_along_path(wanted, program);
-    program = wanted;
-    return is_program(wanted);
-}
+constexpr int wait_step = 2; // milliseconds between looks at whether a process has ended
 
 bool find_beside_us(std::string &program) {
     std::error_code error;
     const fs::path own = fs::read_symlink("/proc/self/exe", error);
-    program = own.parent_path() / player_name;
-    return !error && is_program(program);
+    program = ipc::find_program((own.parent_path() / player_name).c_str());
+    return !error && !program.empty();
 }
 
-// Players that live on after their session, to be waited for when they have ended.
+// Players that live on after their session, to be waited for when they have ended; 0 where there is
+// room. The system waits for those that find none when this program ends. Nothing here is destroyed:
+// a handle may be freed at the very end of the program.
 std::mutex left_guard;
-std::vector<pid_t> &left_players() {
-    static std::vector<pid_t> processes;
-    return processes;
-}
+std::array<pid_t, 64> left_players{};
 
 void reap_left() {
     const std::scoped_lock lock(left_guard);
-    std::erase_if(left_players(),
-                  [](pid_t process) { return ::waitpid(process, nullptr, WNOHANG) != 0; });
+    for (pid_t &process : left_players)
+        if (process != 0 && ::waitpid(process, nullptr, WNOHANG) != 0)
+            process = 0;
 }
 
 // A signal for a process that has not been waited for, so that its number is still its own.
@@ -85,7 +57,7 @@ void signal_process(pid_t process, int signal) {
 // Why await_linked has failed.
 int say_unlinked(int error, const char *program, linked_player &player, call_text &text) {
     int status = unknown_status;
-    if (error == ECHILD && await_end(player.process, time_limit(1000), &status))
+    if (error == ECHILD && await_end(player.process, ipc::moment_after(1000), &status))
         return say(text, REEL_LINK_NOT_LINKED, "%s ended (%s) before it had linked itself", program,
                    describe_end(status).c_str());
     if (error == ETIMEDOUT)
@@ -93,17 +65,18 @@ int say_unlinked(int error, const char *program, linked_player &player, call_tex
     return say(text, REEL_LINK_SYSTEM, "no link to %s: %s", program, std::strerror(error));
 }
 
-int shake_hands(const std::string &program, const time_limit &limit, linked_player &player,
+int shake_hands(const std::string &program, ipc::moment until, linked_player &player,
                 call_text &text) {
     std::uint16_t id = 0;
     std::uint16_t instance = 0;
-    const int answer = ipc::answer_init_request("reel_link", program.c_str(), player.socket, own_id,
-                                                own_instance, &id, &instance, limit.left());
+    const int answer =
+        ipc::answer_init_request("reel_link", program.c_str(), player.socket, own_id, own_instance,
+                                 &id, &instance, ipc::milliseconds_left(until));
     if (answer == ipc::IPC_INITDATARDY)
         return REEL_LINK_OK;
     if (answer == ipc::code_kill_answer)
         return say(text, REEL_LINK_NOT_LINKED, "%s does not want to be linked", program.c_str());
-    if (limit.is_over())
+    if (ipc::is_over(until))
         return say(text, REEL_LINK_NOT_LINKED, "%s did not link itself in time", program.c_str());
     return say(text, REEL_LINK_NOT_LINKED,
                "%s does not link itself as a player does; is it another program?", program.c_str());
@@ -114,19 +87,22 @@ int shake_hands(const std::string &program, const time_limit &limit, linked_play
 int find_player(const char *wanted, std::string &program, call_text &text) {
     const char *variable = std::getenv(player_variable);
     if (wanted == nullptr && (variable == nullptr || *variable == '\0')) {
-        if (find_beside_us(program) || find_along_path(player_name, program))
+        if (!find_beside_us(program))
+            program = ipc::find_program(player_name);
+        if (!program.empty())
             return REEL_LINK_OK;
         return say(text, REEL_LINK_NO_PLAYER, "no %s beside this program or along PATH",
                    player_name);
     }
-    if (find_program(wanted != nullptr ? wanted : variable, program))
+    program = ipc::find_program(wanted != nullptr ? wanted : variable);
+    if (!program.empty())
         return REEL_LINK_OK;
     return say(text, REEL_LINK_NO_PLAYER, "no program to start: %s%s",
                wanted != nullptr ? wanted : variable,
                wanted != nullptr ? "" : " (from the environment variable REEL_PLAYER)");
 }
 
-int start_player(const std::string &program, const time_limit &limit, linked_player &player,
+int start_player(const std::string &program, ipc::moment until, linked_player &player,
                  call_text &text) {
     reap_left();
     std::uint16_t port = 0;
@@ -140,14 +116,14 @@ int start_player(const std::string &program, const time_limit &limit, linked_pla
         return say(text, REEL_LINK_NO_PLAYER, "%s can not be started: %s", program.c_str(),
                    std::strerror(error));
     }
-    player.socket = ipc::await_linked(listener, player.process, limit.left());
+    player.socket = ipc::await_linked(listener, player.process, ipc::milliseconds_left(until));
     const int error = errno;
     ::close(listener);
     int result = REEL_LINK_OK;
     if (player.socket < 0)
         result = say_unlinked(error, program.c_str(), player, text);
     else
-        result = shake_hands(program, limit, player, text);
+        result = shake_hands(program, until, player, text);
     if (result == REEL_LINK_OK)
         return result;
     if (player.socket >= 0)
@@ -157,14 +133,14 @@ int start_player(const std::string &program, const time_limit &limit, linked_pla
     return result;
 }
 
-bool await_end(pid_t &process, const time_limit &limit, int *status) {
+bool await_end(pid_t &process, ipc::moment until, int *status) {
     *status = unknown_status;
     while (process > 0) {
         const pid_t ended = ::waitpid(process, status, WNOHANG);
-        if (ended == 0 && limit.is_over())
+        if (ended == 0 && ipc::is_over(until))
             return false;
         if (ended == 0)
-            std::this_thread::sleep_for(limit.at_most(std::chrono::milliseconds(2)));
+            std::this_thread::sleep_until(std::min(until, ipc::moment_after(wait_step)));
         else if (ended == process || errno != EINTR)
             process = -1;
     }
@@ -174,29 +150,26 @@ bool await_end(pid_t &process, const time_limit &limit, int *status) {
 bool end_player(pid_t &process, bool at_once, int limit) {
     int status = 0;
     const int part = limit < 0 ? limit : limit / 2;
-    if (!at_once && await_end(process, time_limit(part), &status))
+    if (!at_once && await_end(process, ipc::moment_after(part), &status))
         return true;
     if (process > 0)
         signal_process(process, SIGTERM);
-    if (await_end(process, time_limit(at_once ? limit : limit - part), &status))
+    if (await_end(process, ipc::moment_after(at_once ? limit : limit - part), &status))
         return true;
     signal_process(process, SIGKILL);
-    (void)await_end(process, time_limit(-1), &status);
+    (void)await_end(process, ipc::moment_after(-1), &status);
     return false;
 }
 
 void leave_player(pid_t &process) {
+    reap_left();
     int status = 0;
-    if (!await_end(process, time_limit(0), &status)) {
-        try {
-            const std::scoped_lock lock(left_guard);
-            left_players().push_back(process);
-        } catch (const std::bad_alloc &) {
-            process = -1; // the system waits for it when this program ends
-        }
+    if (!await_end(process, ipc::moment_after(0), &status)) {
+        const std::scoped_lock lock(left_guard);
+        if (auto *const room = std::ranges::find(left_players, 0); room != left_players.end())
+            *room = process;
     }
     process = -1;
-    reap_left();
 }
 
 std::string describe_end(int status) {

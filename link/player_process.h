@@ -9,8 +9,8 @@
 // Only processes that were started here are waited for; no signal's handling is changed.
 #pragma once
 
+#include "ipc/waiting.h"
 #include "link/call_text.h"
-#include "link/time_limit.h"
 
 #include <string>
 #include <sys/types.h>
@@ -29,14 +29,14 @@ struct linked_player {
 
 // Starts the program and does the handshake. Returns REEL_LINK_OK: the caller owns the socket and
 // the process; or, with a text and nothing left over, REEL_LINK_NO_PLAYER, _NOT_LINKED or _SYSTEM.
-[[nodiscard]] int start_player(const std::string &program, const time_limit &limit,
-                               linked_player &player, call_text &text);
+[[nodiscard]] int start_player(const std::string &program, ipc::moment until, linked_player &player,
+                               call_text &text);
 
 inline constexpr int unknown_status = -1;
 
 // Waits for the process to end. Returns true when it has, with what waitpid says of it in *status,
 // or unknown_status when somebody else has waited for it; process is -1 then.
-[[nodiscard]] bool await_end(pid_t &process, const time_limit &limit, int *status);
+[[nodiscard]] bool await_end(pid_t &process, ipc::moment until, int *status);
 
 // Sees that the process ends: waits (unless at once) for half of the time, asks it to, and kills it
 // when the time is over. Returns false when it had to be killed. process is -1 then.

@@ -5,8 +5,8 @@
 #include "link/player_process.h"
 
 #include <cerrno>
+#include <cfloat>
 #include <climits>
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -65,7 +65,7 @@ const char *check_session(const reel_link_session &session) {
         return "the session's width or height is out of range";
     if (session.count < 1 || session.first > INT_MAX - session.count || session.first == INT_MIN)
         return "the session's first frame or count is out of range";
-    if (!std::isfinite(session.rate) || session.rate < 0)
+    if (!(session.rate >= 0 && session.rate <= FLT_MAX)) // it travels as a float
         return "the session's rate is negative or no number";
     if (session.compression < -1 || session.compression > 255)
         return "the session's compression is out of range";
@@ -73,11 +73,11 @@ const char *check_session(const reel_link_session &session) {
 }
 
 // Waits for one answer of the player, past others.
-int await_answer(reel_link &link, std::uint16_t code, std::int32_t longs, const time_limit &limit,
+int await_answer(reel_link &link, std::uint16_t code, std::int32_t longs, ipc::moment until,
                  ipc::socket_record &message) {
     for (;;) {
-        const int result = read_message(link.watch.socket, message, limit);
-        if (result == message_none || limit.is_over())
+        const int result = read_message(link.watch.socket, message, until);
+        if (result == message_none || ipc::is_over(until))
             return say(link.text, REEL_LINK_NOT_LINKED, "the player was not ready in time");
         if (result == message_ended)
             return say(link.text, REEL_LINK_NOT_LINKED,
@@ -88,20 +88,20 @@ int await_answer(reel_link &link, std::uint16_t code, std::int32_t longs, const 
 }
 
 // Tells the player of the session, and waits for its window.
-int open_window(reel_link &link, const time_limit &limit) {
+int open_window(reel_link &link, ipc::moment until) {
     ipc::socket_record message;
     fill_play_args(message, link.session, link.watch.status.key);
-    if (ipc::sendsockdata(link.watch.socket, message, limit.left()) != 0)
+    if (ipc::sendsockdata(link.watch.socket, message, ipc::milliseconds_left(until)) != 0)
         return say(link.text, REEL_LINK_NOT_LINKED, "the player does not listen");
-    int result = await_answer(link, ipc::code_pid, 1, limit, message);
+    int result = await_answer(link, ipc::code_pid, 1, until, message);
     if (result != REEL_LINK_OK)
         return result;
     link.watch.player = message.longdata[0];
     mark_shared(link.watch.status);
     fill_plain(message, ipc::class_request, ipc::code_request_size);
-    if (ipc::sendsockdata(link.watch.socket, message, limit.left()) != 0)
+    if (ipc::sendsockdata(link.watch.socket, message, ipc::milliseconds_left(until)) != 0)
         return say(link.text, REEL_LINK_NOT_LINKED, "the player does not listen");
-    result = await_answer(link, ipc::code_size, 2, limit, message);
+    result = await_answer(link, ipc::code_size, 2, until, message);
     if (result != REEL_LINK_OK)
         return result;
     link.shown = {message.longdata[0], message.longdata[1]};
@@ -123,14 +123,14 @@ int make_scaler(reel_link &link) {
 }
 
 int start_session(reel_link &link) {
-    const time_limit limit(link.session.start_limit);
+    const ipc::moment until = ipc::moment_after(link.session.start_limit);
     std::string program;
     int result = find_player(link.session.player, program, link.text);
     if (result != REEL_LINK_OK)
         return result;
     sweep_segments();
     linked_player player;
-    result = start_player(program, limit, player, link.text);
+    result = start_player(program, until, player, link.text);
     if (result != REEL_LINK_OK)
         return result;
     link.watch.socket = player.socket;
@@ -138,7 +138,7 @@ int start_session(reel_link &link) {
     // Not before, so that there is little time in which only we know of it.
     if (create_segment(ipc::status_bytes, link.watch.status) != 0)
         return say(link.text, REEL_LINK_SYSTEM, "no shared memory: %s", std::strerror(errno));
-    result = open_window(link, limit);
+    result = open_window(link, until);
     return result == REEL_LINK_OK ? make_scaler(link) : result;
 }
 
@@ -158,6 +158,7 @@ void clear_session(reel_link &link, const reel_link_session &session) {
     link.size = {session.width, session.height};
     link.next_block = 0;
     link.watch.is_render = session.kind == REEL_LINK_RENDER;
+    link.watch.unanswered = 0;
     link.watch.asked = link.watch.refused = link.watch.has_last = link.watch.told_paused = false;
     link.text = link.watch.over_text = {};
 }
@@ -165,16 +166,16 @@ void clear_session(reel_link &link, const reel_link_session &session) {
 const char *check_frame(const reel_link &link, int frame, const reel_link_picture *picture) {
     if (picture == nullptr)
         return "there is no picture";
-    if (frame < link.session.first || frame - link.session.first >= link.session.count)
+    if (frame < link.session.first || frame >= link.session.first + link.session.count)
         return "the frame's number is outside the session";
     return check_picture(*picture, link.size.width);
 }
 
-int send_picture(reel_link &link, int frame, const reel_link_picture &picture,
-                 const time_limit &limit, bool is_waiting) {
+int send_picture(reel_link &link, int frame, const reel_link_picture &picture, ipc::moment until,
+                 bool is_waiting) {
     watched_link &watch = link.watch;
     // While the player takes the frame before out of the other block.
-    int result = await_taken(watch, time_limit(0), false);
+    int result = await_taken(watch, ipc::moment_after(0), false);
     if (result != REEL_LINK_OK && (result != REEL_LINK_TIMEOUT || !is_waiting))
         return result;
     own_segment &block = watch.blocks[link.next_block];
@@ -184,7 +185,7 @@ int send_picture(reel_link &link, int frame, const reel_link_picture &picture,
     frame_scaler *scaler = link.shown == link.size ? nullptr : &link.scaler;
     write_frame(picture, link.size, scaler, link.line,
                 {static_cast<std::uint32_t *>(block.address), link.shown.words()});
-    result = await_taken(watch, limit, false);
+    result = await_taken(watch, until, false);
     if (result != REEL_LINK_OK)
         return result;
     link.next_block = (link.next_block + 1) % watch.blocks.size();
@@ -204,7 +205,7 @@ int send_command(reel_link *link, std::uint16_t code) {
 
 // Lets the player have the last frame, and keep its window.
 int end_kept(watched_link &watch, int limit) {
-    const int result = await_taken(watch, time_limit(limit), true);
+    const int result = await_taken(watch, ipc::moment_after(limit), true);
     close_watch(watch);
     leave_player(watch.child);
     return result;
@@ -287,19 +288,20 @@ int reel_link_send(reel_link *link, int frame, const reel_link_picture *picture,
     const char *wrong = check_frame(*link, frame, picture);
     if (wrong != nullptr)
         return refuse_call(*link, wrong);
-    return answer(*link, send_picture(*link, frame, *picture, time_limit(limit), limit != 0));
+    return answer(*link,
+                  send_picture(*link, frame, *picture, ipc::moment_after(limit), limit != 0));
 }
 
 int reel_link_flush(reel_link *link, int limit) {
     if (link == nullptr)
         return REEL_LINK_BAD_CALL;
-    return answer(*link, await_taken(link->watch, time_limit(limit), false));
+    return answer(*link, await_taken(link->watch, ipc::moment_after(limit), false));
 }
 
 int reel_link_wait(reel_link *link, int limit) {
     if (link == nullptr)
         return REEL_LINK_BAD_CALL;
-    return answer(*link, await_decision(link->watch, time_limit(limit)));
+    return answer(*link, await_decision(link->watch, ipc::moment_after(limit)));
 }
 
 int reel_link_block_input(reel_link *link) {

@@ -26,9 +26,11 @@
    Threads: one handle belongs to one thread at a time; different handles are independent.
    Limits: `limit` is a time in milliseconds; 0 looks and does not wait; REEL_LINK_NO_LIMIT waits
    as long as it takes. No call but one with REEL_LINK_NO_LIMIT can take longer than its limit, but
-   for the time that copying a picture takes, and up to a second to make sure how a player ended.
+   for the time that copying a picture takes, and up to a second for a player that does not go on with
+   a message, or to make sure how a player ended.
    The program: signals, their handlers and the standard streams are left as they are. Only the
-   player's own process is waited for. Failures of the system go to standard error as well, in a
+   player's own process is waited for; in a program that ignores SIGCHLD nobody learns how it ended:
+   REEL_LINK_CLOSED is REEL_LINK_LOST then. Failures of the system go to standard error as well, in a
    line of their own; what the player prints goes where the program's output goes.
    Texts are owned by the handle and hold until its next call.
 
@@ -51,8 +53,8 @@ enum {
     REEL_LINK_RESUMED = 3, /* the user wants it to go on */
     /* The session has ended. Every call from here on returns the same. */
     REEL_LINK_CANCELLED = 4, /* the user wants it to stop */
-    REEL_LINK_FINISHED = 5,  /* all frames have arrived, and: render: the user has closed the window
-                                with OK; preview: the player goes on by itself, at the user's */
+    REEL_LINK_FINISHED = 5,  /* the last frame has arrived, and: render: the user has closed the
+                                window; preview: the player goes on by itself, at the user's */
     REEL_LINK_CLOSED = 6,    /* the user has closed the player, without cancelling */
     REEL_LINK_LOST = -1,     /* the player has died, or the link broke */
     /* The session is as it was. */
@@ -91,8 +93,8 @@ typedef struct {
     int kind;  /* REEL_LINK_RENDER or REEL_LINK_PREVIEW */
     int width; /* of every frame, pixels, 1 to 32767; width * height at most 0x1FFFFFFF */
     int height;
-    int first;       /* number of the first frame */
-    int count;       /* frames, 1 or more; the last one's number is an int too */
+    int first;       /* number of the first frame, -2147483647 or more */
+    int count;       /* frames, 1 or more; first + count is at most 2147483647 */
     double rate;     /* frames per second to play a preview at; 0: every frame, unpaced */
     int compression; /* of a preview, -1 (best picture) to 255 (smallest) */
     const char
@@ -129,7 +131,8 @@ int reel_link_start(reel_link *link, const reel_link_session *session);
 
 /* Shows a frame. The picture is copied, and sized to what fits the screen; the player takes it from
    there while the caller renders the next. Frames may come in any order, again, and with gaps; the
-   one with the last number ends a preview: send it last.
+   one with the last number ends a preview: send it last. The window's progress goes by the number of
+   the newest frame.
      frame  its number, first to first + count - 1
      limit  milliseconds in which the player must have taken the frame before
    Returns REEL_LINK_OK: on its way; TIMEOUT: the player is busy, or shows the user a question;

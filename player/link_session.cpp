@@ -77,6 +77,10 @@ void refuse_parameter(const char *what, std::int64_t value) {
 
 // Brings the session's parameters to what can be worked with.
 void check_parameters(ipc_link &parent, play_args &args) {
+    if (args.first == no_frame_yet) {
+        refuse_parameter("first frame", args.first);
+        args.first = 0;
+    }
     if (args.count < 0 || std::int64_t{args.first} + args.count > INT32_MAX) {
         refuse_parameter("number of frames", args.count);
         args.count = 0;
@@ -175,6 +179,11 @@ void take_data(ipc_link &parent, play_args &args, movie_ref &ref, std::uint16_t 
     const ipc::socket_record &m = parent.message;
     if (code != ipc::code_frame_ready)
         return;
+    if (m.numof_longs < static_cast<std::int32_t>(ipc::frame_ready_longs)) {
+        std::fprintf(stderr, "%s: A frame is lost: its message has %d numbers.\n", gMe,
+                     m.numof_longs);
+        return;
+    }
     const frame_announcement frame{m.longdata[ipc::long_frame_key],
                                    m.longdata[ipc::long_frame_bytes],
                                    m.longdata[ipc::long_frame_number]};

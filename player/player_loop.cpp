@@ -143,13 +143,15 @@ void play_paused_preview() {
     playback = std::move(saved_playback);
     saved_playback = {};
     open_movie.decoded = open_movie.drawn = -1; // the pixels are the session's again
+    state.swing_returning = false;
+    state.previous_mode = INT32_MIN;
     state.session_playback = false;
 }
 
 void run_linked_session() {
     while (!state.quit_requested) {
         progress_loop(parent_link, playback, open_movie);
-        if (link_status(parent_link) != ipc::state_paused)
+        if (state.quit_requested || !is_session_paused())
             return;
         if (playback.render != 0)
             watch_paused_render();

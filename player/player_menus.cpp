@@ -5,6 +5,7 @@
 #include "player/player_window.h"
 #include "player/session_decisions.h"
 #include "player/window_layout.h"
+#include "player/window_parts.h"
 #include "toolkit/dialogs/questions.h"
 #include "toolkit/events/key_table.h"
 #include "toolkit/widgets/pulldowns.h"
@@ -231,8 +232,7 @@ constexpr std::array player_keys{
     player_key{toolkit::end_pressed, 0, [](word) { go_to_last(playback, open_movie); }},
     player_key{'r', 0, [](word) { play_reverse(playback, open_movie); }},
     player_key{'l', 0, next_mode},
-    player_key{'V', toolkit::alias_all,
-               [](word) { toolkit::message("You are running Player Tool Version 2.0"); }},
+    player_key{'V', toolkit::alias_all, tell_version},
 };
 
 } // namespace

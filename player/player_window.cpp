@@ -359,12 +359,12 @@ void note_player_tool_placed() {
 }
 
 void destroy_player_tool() {
-    demon *window = player_tool.window.get();
-    if (window == nullptr)
-        return;
     release_player_keys();
-    toolkit::setDestroyFunctionWindow(window, nullptr, 0);
-    toolkit::destroyWidget(window);
+    state.frozen_direction = 0; // that was for this window
+    if (demon *window = player_tool.window.get()) {
+        toolkit::setDestroyFunctionWindow(window, nullptr, 0);
+        toolkit::destroyWidget(window);
+    }
     player_tool = {};
     view = {};
 }

@@ -65,7 +65,8 @@ int build_player_tool(play_args &args);
 // The desktop has had its time to place the window: from now on, it knows where that is.
 void note_player_tool_placed();
 
-// Closes it without ending the program. Nothing happens when there is none.
+// Closes it without ending the program, and lets go of its keys and the view; these are left over
+// when its close box has closed it.
 void destroy_player_tool();
 
 // After loading and zooming: sizes the window for the zoomed picture, its upper left corner staying

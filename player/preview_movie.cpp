@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <sys/statvfs.h>
+#include <unistd.h>
 #include <utility>
 
 namespace player {
@@ -15,7 +16,8 @@ namespace player {
 namespace {
 
 constexpr std::int64_t retry_after_us = 2 * program_clock::us_per_second;
-constexpr std::int64_t spare_bytes = 64 * 1024; // what a file system keeps for itself
+constexpr std::int32_t most_frames = 10'000'000; // days: their table alone is written in no time
+constexpr std::int64_t spare_bytes = 64 * 1024;  // what a file system keeps for itself
 
 std::int64_t no_try_before_us = 0; // a movie could not be begun; 0: it could
 std::int64_t full_at = -1;         // bytes of the largest movie that filled the disk; -1: none did
@@ -48,15 +50,38 @@ movie::vf_owner make_movie(const play_args &args) {
     return film;
 }
 
+bool has_room(int file, std::int64_t bytes) {
+    struct statvfs disk {};
+    if (fstatvfs(file, &disk) != 0)
+        return true; // it will be seen
+    const auto room =
+        static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
+    return room >= bytes + spare_bytes;
+}
+
+// Whether it is worth trying again to begin a movie. Nothing is said.
+bool could_begin(const play_args &args) {
+    if (program_clock::now_us() < no_try_before_us)
+        return false;
+    no_try_before_us = program_clock::now_us() + retry_after_us;
+    const int file = movie::open_temporary_file();
+    if (file < 0)
+        return false;
+    const bool could =
+        has_room(file, std::int64_t{args.count} * std::int64_t{sizeof(std::int32_t)});
+    ::close(file);
+    return could;
+}
+
 // Begins the movie; one that can not be begun is tried again now and then only.
 bool begin_movie(const play_args &args, movie_ref &ref) {
     if (ref.film && ref.is_preview)
         return true;
-    if (no_try_before_us != 0 && program_clock::now_us() < no_try_before_us)
+    if (no_try_before_us != 0 && !could_begin(args))
         return false;
     forget_movie(ref); // somebody's own movie is not written to
     movie::vf_owner film = make_movie(args);
-    if (!film || movie::VFopenWrite(*film, nullptr) != 0) {
+    if (!film || film->count > most_frames || movie::VFopenWrite(*film, nullptr) != 0) {
         if (no_try_before_us == 0)
             std::fprintf(stderr, "%s: compress_to_movie_file: Error opening file.\n", gMe);
         no_try_before_us = program_clock::now_us() + retry_after_us;
@@ -74,12 +99,7 @@ std::int64_t movie_bytes(const movie::vf_movie &film) {
 
 // A disk that is known to have been full is asked before it fails once more.
 bool is_disk_still_full(const movie::vf_movie &film, std::size_t bytes) {
-    struct statvfs disk {};
-    if (full_at < 0 || fstatvfs(fileno(film.stream.get()), &disk) != 0)
-        return false;
-    const auto room =
-        static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
-    return room < static_cast<std::int64_t>(bytes) + spare_bytes;
+    return full_at >= 0 && !has_room(fileno(film.stream.get()), static_cast<std::int64_t>(bytes));
 }
 
 } // namespace

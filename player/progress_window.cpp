@@ -15,7 +15,6 @@
 #include "toolkit/demons/box_text.h"
 #include "toolkit/demons/keystroke_aliases.h"
 #include "toolkit/demons/window_demons.h"
-#include "toolkit/dialogs/dialogs.h"
 #include "toolkit/graphics/colour_indices.h"
 #include "toolkit/graphics/drawing.h"
 #include "toolkit/graphics/fonts.h"
@@ -94,7 +93,8 @@ void draw_report(display_object *) {
     const screen_box bar = on_screen(layout.bar);
     toolkit::gl_outline_fill_box(bar, toolkit::colour_well, toolkit::colour_drawing);
     screen_box filled = toolkit::inside(bar, 1);
-    filled.width = toolkit::clamp_16(filled_length(session_args(), filled.width));
+    filled.x = bar.x; // the outline's ends count
+    filled.width = toolkit::clamp_16(filled_length(session_args(), bar.width));
     toolkit::gl_fill_box(filled, toolkit::colour_progress);
     draw_line(layout.time_line, time_text());
     std::string line = frame_line(session_args());
@@ -180,17 +180,13 @@ void add_controls() {
         [](toolkit::word) {
             toolkit::widget_value now;
             toolkit::getWidgetValue(progress.paused.get(), &now);
-            if (now.number != 0)
-                pause_session(0);
-            else
+            if (now.number == 0)
                 resume_session(0);
+            else if (pause_session(0); !is_session_paused())
+                toolkit::updateWidgetValue(progress.paused.get(), 0); // nobody to be told
         },
         0));
     toolkit::deleteWidget(progress.paused.get());
-}
-
-void tell_version(toolkit::word) {
-    toolkit::message("You are running Player Tool Version 2.0");
 }
 
 bool open_window(const play_args &args) {
@@ -241,7 +237,6 @@ int build_progress_window(play_args &args) {
                           toolkit::font_slot_normal_1, toolkit::label_place::middle));
     add_controls();
     place_parts();
-    toolkit::aliasKeystroke('V', toolkit::alias_all, tell_version, 0);
     install_progress_view();
     toolkit::drawWidget(window());
     return 0;
@@ -264,6 +259,7 @@ bool is_progress_window(int gl_window) {
 }
 
 void install_progress_view() {
+    toolkit::aliasKeystroke('V', toolkit::alias_all, tell_version, 0);
     view = {};
     view.refresh = toolkit::gl_refresh;
     view.freeze = toolkit::gl_win_freeze;

@@ -35,8 +35,8 @@ bool update_progress_window();
 // Whether a GL window is it; its number for window events.
 [[nodiscard]] bool is_progress_window(int gl_window);
 
-// Has window events go to the windows as they are, and the close box be Cancel. For loops in which
-// the Player Tool's window has no part.
+// Has window events go to the windows as they are, the close box be Cancel, and binds the window's
+// key. For loops in which the Player Tool's window has no part.
 void install_progress_view();
 
 void destroy_progress_window();

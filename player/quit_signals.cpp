@@ -28,8 +28,10 @@ void take_signal(int /*number*/) {
     errno = kept_errno;
 }
 
-// Within dialogs, whose loop is the toolkit's.
+// Within dialogs, whose loop is the toolkit's. A lost display wakes nobody any more.
 void sleep_in_dialog() {
+    if (gl::is_display_lost())
+        return;
     std::array<pollfd, 2> sources{pollfd{gl::qgetfd(), POLLIN, 0}, pollfd{wake_fd, POLLIN, 0}};
     poll(sources.data(), sources.size(), -1);
     if (quit_signal_arrived())

@@ -83,9 +83,9 @@ int check_frame(const frame_announcement &frame, const play_args &args) {
     const std::size_t needed = picture_bytes(args.width, args.height);
     if (frame.size < 1 || static_cast<std::size_t>(frame.size) < needed)
         return refuse(frame.number, "it is too small for its picture, bytes", frame.size);
-    const bool is_fitted = args.width != args.orig_width || args.height != args.orig_height;
-    if (is_fitted &&
-        static_cast<std::size_t>(frame.size) >= picture_bytes(args.orig_width, args.orig_height))
+    // A parent that has not asked for the size sends pictures as it renders them.
+    const std::size_t rendered = picture_bytes(args.orig_width, args.orig_height);
+    if (needed < rendered && static_cast<std::size_t>(frame.size) >= rendered)
         return refuse(frame.number, "it has not the size that was asked for, bytes", frame.size);
     return 0;
 }
@@ -101,10 +101,10 @@ int take_frame(const frame_announcement &frame, ipc_link &parent, play_args &arg
     const frame_block *block = attach(frame);
     if (block == nullptr)
         return -1;
-    const std::size_t needed = picture_bytes(args.width, args.height);
-    if (block->bytes < needed)
+    if (block->bytes < static_cast<std::size_t>(frame.size))
         return refuse(frame.number, "its block is too small, bytes",
                       static_cast<std::int64_t>(block->bytes));
+    const std::size_t needed = picture_bytes(args.width, args.height);
     const std::size_t words = needed / sizeof(std::uint32_t);
     set_link_busy(parent, true);
     const bool is_taken =

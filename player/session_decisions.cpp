@@ -74,6 +74,11 @@ void pause_session(toolkit::word) {
     paused_since_us = program_clock::now_us();
 }
 
+// Without a frame there is nothing to look at, whatever the block says.
+bool is_session_paused() {
+    return link_status(parent_link) == ipc::state_paused && session_args().current != no_frame_yet;
+}
+
 void resume_session(toolkit::word) {
     if (session_args().current == no_frame_yet)
         return;

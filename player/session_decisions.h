@@ -15,6 +15,9 @@ void cancel_session(toolkit::word unused);
 void pause_session(toolkit::word unused);
 void resume_session(toolkit::word unused);
 
+// Whether it is stopped now: the renderer has been told so.
+[[nodiscard]] bool is_session_paused();
+
 // Ends the program; while a paused session is looked at, resumes that instead.
 void quit_player(toolkit::word unused);
 

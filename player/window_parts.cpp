@@ -3,6 +3,7 @@
 #include "platform/gl/pixels.h"
 #include "platform/gl/windows.h"
 #include "toolkit/demons/window_demons.h"
+#include "toolkit/dialogs/dialogs.h"
 #include "toolkit/graphics/spaces.h"
 #include "toolkit/graphics/window_calls.h"
 #include "toolkit/graphics/window_table.h"
@@ -69,6 +70,10 @@ extent real_window_size(const toolkit::demon *window) {
     if (make_window_current(window))
         gl::getsize(&now.width, &now.height);
     return now;
+}
+
+void tell_version(toolkit::word) {
+    toolkit::message("You are running Player Tool Version 2.0");
 }
 
 void begin_picture(float zoom) {

@@ -31,6 +31,9 @@ bool make_window_current(const toolkit::demon *window);
 // The size that the desktop has given it; nothing when it is not open.
 [[nodiscard]] extent real_window_size(const toolkit::demon *window);
 
+// Says which version this is; the windows' keystroke calls it.
+void tell_version(toolkit::word unused);
+
 // Between the two, coordinates are those of the current window, and a picture's pixels are drawn
 // `zoom` as large.
 void begin_picture(float zoom);

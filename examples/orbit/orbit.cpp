@@ -57,8 +57,7 @@ void heed(rendering &work, int result) {
         work.status = exit_cancelled;
     else if (result == REEL_LINK_REFUSED)
         std::printf("A frame was lost: %s.\n", reel_link_text(work.link.get()));
-    else if (result == REEL_LINK_LOST || result == REEL_LINK_CLOSED ||
-             result == REEL_LINK_FINISHED) {
+    else if (result < REEL_LINK_OK || result > REEL_LINK_RESUMED) {
         std::printf("Nobody watches any more: %s. Rendering on.\n",
                     reel_link_text(work.link.get()));
         work.is_watched = false;

@@ -180,8 +180,7 @@ TEST_F(Waiting, SaysWhatIsWrong) {
 TEST_F(Waiting, ReadsTheResponse) {
     socket_record record;
     socket_record sent;
-    sent.numof_cmds = header_cmds;
-    sent.datacmd[word_code] = 77;
+    fill_header(sent, 0, 0, 0, 0, 0, 77);
     ASSERT_EQ(sendsockdata(b.far, sent), 0);
     EXPECT_EQ(waitforprocessresponse(record, links, false), b.near);
     EXPECT_EQ(record.datacmd[word_code], 77);

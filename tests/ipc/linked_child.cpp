@@ -35,8 +35,7 @@ bool starts_clean() {
 
 int send_code(int parent, std::uint16_t message_class, std::uint16_t code) {
     ipc::socket_record record;
-    record.numof_cmds = ipc::header_cmds;
-    record.datacmd = {102, 17, ipc::anybody, ipc::anybody, message_class, code};
+    ipc::fill_header(record, 102, 17, ipc::anybody, ipc::anybody, message_class, code);
     return ipc::sendsockdata(parent, record);
 }
 

@@ -219,8 +219,7 @@ TEST_F(ProcessLink, ConnectsThroughAnother) {
             EXPECT_EQ(readsockdata(intermediary.far, asked, 5000), 0);
             const int socket = getservsock(asked.longdata[0]);
             socket_record answer;
-            answer.numof_cmds = header_cmds;
-            answer.datacmd[word_code] = c.code; // whatever the class
+            fill_header(answer, 0, 0, 0, 0, 0, c.code); // whatever the class
             EXPECT_EQ(sendsockdata(socket, answer), 0);
             EXPECT_EQ(readsockdata(socket, told, 5000), 0);
             close(socket);
@@ -254,8 +253,7 @@ namespace {
 std::string header_with(std::uint16_t code) {
     const link_pair link;
     socket_record record;
-    record.numof_cmds = header_cmds;
-    record.datacmd[word_code] = code;
+    fill_header(record, 0, 0, 0, 0, 0, code);
     EXPECT_EQ(sendsockdata(link.far, record), 0);
     std::string bytes(32, '\0');
     EXPECT_EQ(recv(link.near, bytes.data(), bytes.size(), MSG_WAITALL), 32);

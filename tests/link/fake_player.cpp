@@ -5,8 +5,8 @@
 //                                     has no window
 //   alarm=N                           is ended by a signal after N microseconds
 //   size=WxH                          shows frames in this size
-//   pause@N=MS cancel@N quit@N die@N stop@N refuse@N slow@N=MS
-//                                     when frame N comes
+//   pause@N=MS cancel@N quit@N die@N stop@N refuse@N slow@N=MS rest@N=MS
+//                                     when frame N comes; slow: to be copied, rest: afterwards
 //   ok=MS linger=MS                   after the last frame: OK is pressed; the preview plays
 #include "ipc/process_link.h"
 #include "ipc/session_codes.h"
@@ -67,9 +67,8 @@ void read_orders() {
 
 void send(int socket, std::uint16_t code, const std::vector<int> &longs) {
     ipc::socket_record message;
-    message.numof_cmds = ipc::header_cmds;
-    message.datacmd = {ipc::player_id, ipc::player_instance, ipc::anybody,
-                       ipc::anybody,   ipc::class_answer,    code};
+    ipc::fill_header(message, ipc::player_id, ipc::player_instance, ipc::anybody, ipc::anybody,
+                     ipc::class_answer, code);
     for (const int value : longs)
         message.longdata[static_cast<std::size_t>(message.numof_longs++)] = value;
     (void)ipc::sendsockdata(socket, message);
@@ -116,6 +115,8 @@ void obey(int frame) {
         sleep_for(orders["pause" + number]);
         status[ipc::status_state] = ipc::state_resumed;
     }
+    if (is_told("rest" + number))
+        sleep_for(orders["rest" + number]);
     if (is_told("cancel" + number))
         status[ipc::status_state] = ipc::state_cancelled;
     if (is_told("cancel" + number) || is_told("quit" + number))
@@ -174,9 +175,7 @@ void begin(int socket, ipc::socket_record &message) {
     if (is_told("garbage"))
         (void)!write(socket, "GET / HTTP/1.0\r\n\r\nand more of the same\r\n\r\n", 40);
     if (is_told("kill")) {
-        message.numof_cmds = ipc::header_cmds;
-        message.datacmd[ipc::word_class] = ipc::class_kill;
-        message.datacmd[ipc::word_code] = ipc::code_kill_answer;
+        ipc::fill_header(message, 0, 0, 0, 0, ipc::class_kill, ipc::code_kill_answer);
         (void)ipc::sendsockdata(socket, message);
         leave(0);
     }
