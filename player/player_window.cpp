@@ -266,7 +266,7 @@ void close_window(int which) {
     if (which == 0) // the program as a whole is to end
         quit_player(0);
     else if (is_progress_window(which))
-        cancel_session(0);
+        close_session(0);
     else
         toolkit::gl_close_iris_wid(which);
 }

@@ -209,7 +209,7 @@ void close_window(int which) {
         state.session_playback = false;
         quit_player(0);
     } else if (is_progress_window(which)) {
-        cancel_session(0);
+        close_session(0);
     } else {
         toolkit::gl_close_iris_wid(which);
     }

@@ -5,8 +5,8 @@
 //   player::update_progress_window();                 // a frame has come
 //   player::destroy_progress_window();
 //
-// It is titled "Render Tool" in a final render and "Preview Tool" in a preview. Its close box is
-// Cancel. While a paused preview is looked at it shows the session (saved_playback), not that.
+// It is titled "Render Tool" in a final render and "Preview Tool" in a preview. Its close box
+// asks (close_session). While a paused preview is looked at it shows the session (saved_playback), not that.
 #pragma once
 
 #include "player/play_args.h"
@@ -35,7 +35,7 @@ bool update_progress_window();
 // Whether a GL window is it; its number for window events.
 [[nodiscard]] bool is_progress_window(int gl_window);
 
-// Has window events go to the windows as they are, the close box be Cancel, and binds the window's
+// Has window events go to the windows as they are, the close box ask, and binds the window's
 // key. For loops in which the Player Tool's window has no part.
 void install_progress_view();
 

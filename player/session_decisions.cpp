@@ -66,6 +66,18 @@ void cancel_session(toolkit::word) {
     quit_player(0);
 }
 
+void close_session(toolkit::word) {
+    const bool may_go_on =
+        !is_session_over(session_args()) &&
+        toolkit::ask_yes_no("Keep rendering without this window? ") == toolkit::answer_yes;
+    if (!may_go_on) {
+        cancel_session(0);
+        return;
+    }
+    state.session_playback = false;
+    quit_player(0);
+}
+
 void pause_session(toolkit::word) {
     if (session_args().current == no_frame_yet || parent_link.socket <= 0 ||
         parent_link.status_block.empty())

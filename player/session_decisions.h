@@ -11,6 +11,9 @@ namespace player {
 // Ends the session and the program; asks first, unless the session is over.
 void cancel_session(toolkit::word unused);
 
+// The session's window is closed by its user: the renderer may go on without it, or be cancelled.
+void close_session(toolkit::word unused);
+
 // Stops the renderer, if there is one and it has sent a frame; has it go on.
 void pause_session(toolkit::word unused);
 void resume_session(toolkit::word unused);
