@@ -9,8 +9,6 @@ using player_test::record;
 using player_test::renderer;
 using player_test::wire;
 
-constexpr const char *player_title = "Player Tool";
-
 class link_handshake_test : public player_test::session_fixture {};
 
 TEST_F(link_handshake_test, a_handshake_that_fails_is_said_and_leaves_a_player_without_a_link) {

@@ -14,7 +14,6 @@ using player_test::renderer;
 using player_test::wire;
 
 constexpr const char *question = "Question";
-constexpr const char *player_title = "Player Tool";
 
 class linked_session_test : public player_test::session_fixture {
 protected:

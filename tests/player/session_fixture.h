@@ -19,6 +19,8 @@
 
 namespace player_test {
 
+inline constexpr const char *player_title = "Player Tool"; // of its window
+
 using demon_ref = toolkit::demon_ref;
 
 class session_fixture : public testing::Test {

@@ -29,6 +29,7 @@ command_runner describe_compare(CLI::App &app);
 command_runner describe_sheet(CLI::App &app);
 command_runner describe_info(CLI::App &app);
 command_runner describe_verify(CLI::App &app);
+command_runner describe_preview(CLI::App &app);
 
 // ---- what the commands' options share
 

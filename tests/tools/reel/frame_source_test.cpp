@@ -13,16 +13,17 @@ namespace reel {
 
 namespace {
 
-constexpr int side = 8;
+constexpr int source_side = 8;
 
 // A picture of one colour.
 std::vector<std::uint32_t> picture_of(int value) {
-    return std::vector<std::uint32_t>(side * side, static_cast<std::uint32_t>(value) * 0x010101);
+    return std::vector<std::uint32_t>(source_side * source_side,
+                                      static_cast<std::uint32_t>(value) * 0x010101);
 }
 
 std::vector<std::uint8_t> stream_of(int value) {
-    std::vector<std::uint8_t> packed(movie::ir1_worst_case(side, side));
-    const auto size = movie::IR1_compress(picture_of(value), side, side, packed, 12);
+    std::vector<std::uint8_t> packed(movie::ir1_worst_case(source_side, source_side));
+    const auto size = movie::IR1_compress(picture_of(value), source_side, source_side, packed, 12);
     packed.resize(static_cast<std::size_t>(size));
     return packed;
 }
@@ -44,7 +45,7 @@ TEST(frame_source, nearest_rate) {
 std::string write_film(const scratch_folder &folder) {
     const std::string name = folder / "a.reel";
     movie_writer writer;
-    EXPECT_EQ(start_movie(name, {side, side, 30, 20, -1}, writer), 0);
+    EXPECT_EQ(start_movie(name, {source_side, source_side, 30, 20, -1}, writer), 0);
     for (int i = 0; i < 10; ++i)
         EXPECT_EQ(i == 6 ? add_missing_frame(writer)
                          : add_frame(writer, stream_of(i == 3 || i == 4 ? 16 : 8 * i)),
@@ -143,7 +144,7 @@ raw_result read_raw(const std::string &bytes, bool piped, std::optional<frame_se
     {
         const standard_input input(ends[0]);
         frame_source source;
-        const source_options options = {frames, false, raw_format::gray8, side, side};
+        const source_options options = {frames, false, raw_format::gray8, source_side, source_side};
         if (open_source({}, options, source, &got.fault) == 0) {
             got.count = source.count;
             image_buffer picture;
@@ -161,7 +162,7 @@ TEST(frame_source, raw_pixels) {
     const auto frames = [](std::string_view values) {
         std::string bytes;
         for (const char value : values)
-            bytes.append(side * side, value);
+            bytes.append(source_side * source_side, value);
         return bytes;
     };
     const std::string digits = frames("abcdefg");
@@ -213,7 +214,9 @@ TEST(frame_source, waiting_can_be_cancelled) {
         const standard_input input(ends[0]);
         frame_source source;
         std::string fault;
-        ASSERT_EQ(open_source({}, {{}, false, raw_format::rgba, side, side}, source, &fault), 0);
+        ASSERT_EQ(open_source({}, {{}, false, raw_format::rgba, source_side, source_side}, source,
+                              &fault),
+                  0);
         read_result result = read_result::got;
         std::thread reader([&] {
             image_buffer picture;
