@@ -31,10 +31,6 @@ constexpr int frame_y = 75;
 constexpr int bar_y = 100;
 constexpr int bar_height = 20;
 
-screen_box make_box(int x, int y, int width, int height) {
-    return {clamp_16(x), clamp_16(y), clamp_16(width), clamp_16(height)};
-}
-
 } // namespace
 
 extent fitted_session_picture(extent picture, extent screen) {

@@ -29,10 +29,6 @@ constexpr int narrow_width = 270;  // pictures below this have a window
 constexpr int narrow_window = 290; // of this width
 constexpr int label_above_picture = 10;
 
-screen_box make_box(int x, int y, int width, int height) {
-    return {clamp_16(x), clamp_16(y), clamp_16(width), clamp_16(height)};
-}
-
 // As many pixels as rectzoom covers.
 int zoomed(std::int32_t side, float zoom) {
     return std::max(static_cast<int>(static_cast<double>(side) * zoom), 1);
@@ -90,6 +86,10 @@ extent place_for(const play_args &args, extent fitted, extent room) {
 }
 
 } // namespace
+
+screen_box make_box(int x, int y, int width, int height) {
+    return {clamp_16(x), clamp_16(y), clamp_16(width), clamp_16(height)};
+}
 
 placed_picture place_picture(const play_args &args, float most, const screen_box &place) {
     placed_picture made;

@@ -19,6 +19,9 @@ struct extent {
     bool operator==(const extent &) const = default;
 };
 
+// A box of numbers, brought into the range of the toolkit's.
+[[nodiscard]] toolkit::screen_box make_box(int x, int y, int width, int height);
+
 // The controls panel, in the design's pixels.
 inline constexpr int controls_width = 270;
 inline constexpr int controls_height = 125;

@@ -23,14 +23,9 @@ std::string read_file(const std::string &path) {
 } // namespace
 
 TEST(LinkGuide, ItsRendererRuns) {
-    const struct {
-        const char *words;
-        const char *orders;
-        int status;
-        const char *out;
-    } cases[] = {
+    constexpr renderer_case cases[] = {
         {"", "ok=0", 0, "all frames rendered\n"},
-        {" preview", "linger=0 size=100x50", 0, "all frames rendered\n"},
+        {"preview", "linger=0 size=100x50", 0, "all frames rendered\n"},
         {"", "pause@3=100", 0, "paused\nresumed\nall frames rendered\n"},
         {"", "cancel@4", 3, "cancelled\n"},
         {"", "quit@4", 0, "the user has closed the player\n"},
@@ -38,13 +33,7 @@ TEST(LinkGuide, ItsRendererRuns) {
         {"", "refuse@4", 0, "the player has refused the frame before\nall frames rendered\n"},
         {"", "exit=3", 0, "nobody will see it: "},
     };
-    for (const auto &each : cases) {
-        SCOPED_TRACE(each.orders);
-        const renderer_outcome got =
-            run_renderer(std::string("timeout 20 " GUIDE_RENDERER) + each.words, each.orders);
-        EXPECT_EQ(got.status, each.status);
-        EXPECT_NE(got.out.find(each.out), std::string::npos) << got.out;
-    }
+    expect_outcomes("timeout 20 " GUIDE_RENDERER, cases);
 }
 
 TEST(LinkGuide, NamesOnlyWhatThereIs) {

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <gtest/gtest.h>
+#include <span>
 #include <string>
 #include <sys/wait.h>
 
@@ -25,6 +27,23 @@ inline renderer_outcome run_renderer(const std::string &command, const char *ord
     const int status = pipe != nullptr ? ::pclose(pipe) : -1;
     got.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return got;
+}
+
+// What a renderer does, by the words it is started with and the fake player's orders.
+struct renderer_case {
+    const char *words;
+    const char *orders;
+    int status;
+    const char *out; // part of it
+};
+
+inline void expect_outcomes(const std::string &command, std::span<const renderer_case> cases) {
+    for (const renderer_case &each : cases) {
+        SCOPED_TRACE(std::string(each.words) + ", " + each.orders);
+        const renderer_outcome got = run_renderer(command + " " + each.words, each.orders);
+        EXPECT_EQ(got.status, each.status);
+        EXPECT_NE(got.out.find(each.out), std::string::npos) << got.out;
+    }
 }
 
 } // namespace render_link

@@ -19,12 +19,12 @@
 
 namespace player_test {
 
-inline constexpr const char *player_title = "Player Tool"; // of its window
-
 using demon_ref = toolkit::demon_ref;
 
 class session_fixture : public testing::Test {
 protected:
+    static constexpr const char *player_title = "Player Tool"; // of its window
+
     static void SetUpTestSuite() {
         ::setenv("PLAYER_DISPLAY", "memory", 1);
         has_own_namespace();

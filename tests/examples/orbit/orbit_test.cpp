@@ -6,12 +6,7 @@
 namespace render_link {
 
 TEST(Orbit, HeedsItsUser) {
-    const struct {
-        const char *words;
-        const char *orders;
-        int status;
-        const char *out;
-    } cases[] = {
+    constexpr renderer_case cases[] = {
         {"--render", "", 0, "5 of 5 frames rendered.\n"},
         {"--preview --rate 12.5", "", 0, "5 of 5 frames rendered.\n"},
         {"--render --slow 50", "pause@2=100", 0, "Paused.\nResumed.\n5 of 5 frames rendered.\n"},
@@ -23,13 +18,7 @@ TEST(Orbit, HeedsItsUser) {
         {"--frames 0", "", 2, "orbit: --frames does not take \"0\"\n"},
         {"--turns 2", "", 2, "orbit: there is no option --turns\n"},
     };
-    for (const auto &each : cases) {
-        SCOPED_TRACE(std::string(each.words) + ", " + each.orders);
-        const renderer_outcome got = run_renderer(
-            std::string("timeout 30 " ORBIT " --size 12x8 --frames 5 ") + each.words, each.orders);
-        EXPECT_EQ(got.status, each.status);
-        EXPECT_NE(got.out.find(each.out), std::string::npos) << got.out;
-    }
+    expect_outcomes("timeout 30 " ORBIT " --size 12x8 --frames 5", cases);
 }
 
 // Only the renderer: timeout would signal the player, too, and have both continue, which the leak
