@@ -118,6 +118,11 @@ extern play_args saved_playback; // holds playback while a paused preview is loo
 extern movie_ref open_movie;
 extern player_state state;
 
+// A picture's side as movies keep it.
+[[nodiscard]] constexpr std::int32_t whole_blocks(std::int32_t pixels) {
+    return pixels - pixels % movie::ir1_block_size;
+}
+
 // Memory for so many words, all 0, or an empty record.
 [[nodiscard]] frame_buffer make_frame_buffer(std::size_t words);
 

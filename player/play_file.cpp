@@ -34,10 +34,6 @@ void close_movie(movie_ref &ref) {
     ref = {};
 }
 
-std::int32_t whole_blocks(std::int32_t pixels) {
-    return pixels - pixels % movie::ir1_block_size;
-}
-
 // The header's rate, made safe.
 float movie_rate(const movie::vf_movie &film) {
     if (film.rate >= 0)

@@ -22,11 +22,7 @@ constexpr std::int64_t spare_bytes = 64 * 1024;  // what a file system keeps for
 std::int64_t no_try_before_us = 0; // a movie could not be begun; 0: it could
 std::int64_t full_at = -1;         // bytes of the largest movie that filled the disk; -1: none did
 
-std::int32_t whole_blocks(std::int32_t pixels) {
-    return pixels - pixels % movie::ir1_block_size;
-}
-
-std::int32_t whole_rate(float rate) {
+std::int32_t header_rate(float rate) {
     constexpr float most = 1e9F;
     return std::isnan(rate) ? 0 : static_cast<std::int32_t>(std::clamp(rate, 0.0F, most));
 }
@@ -45,7 +41,7 @@ movie::vf_owner make_movie(const play_args &args) {
     film->count = args.count;
     film->width = whole_blocks(args.width);
     film->height = whole_blocks(args.height);
-    film->rate = whole_rate(args.rate);
+    film->rate = header_rate(args.rate);
     film->threshold = args.compression;
     return film;
 }

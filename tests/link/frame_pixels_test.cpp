@@ -87,8 +87,10 @@ TEST(FramePixels, EveryOrderRowsAndStride) {
                             const test_pixel p = pixel_at(x, y);
                             const std::uint32_t alpha = bytes == 4 ? p.alpha : 0xFFU;
                             const auto at = (size.height - 1 - y) * size.width + x;
-                            EXPECT_EQ(words[static_cast<std::size_t>(at)],
-                                      p.red | p.green << 8 | p.blue << 16 | alpha << 24);
+                            EXPECT_EQ(
+                                words[static_cast<std::size_t>(at)],
+                                static_cast<std::uint32_t>(p.red | p.green << 8 | p.blue << 16) |
+                                    alpha << 24);
                         }
                 }
             }
