@@ -5,6 +5,7 @@
 #   ./bench.sh read [--json FILE]      finding and reading the frames of a long movie
 #   ./bench.sh toolkit                 objects and demons; boxes, texts, icons drawn
 #   ./bench.sh link                    frames from a renderer to the screen (1 minute)
+#   ./bench.sh preview                 frames from their files to the screen (1 minute)
 #   ./bench.sh playback [SECONDS]      playing on a virtual display, beside mpv and ffplay (4 minutes)
 #
 # --json FILE: the single measurements too, as Google Benchmark writes them. Each program runs on
@@ -12,7 +13,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
-usage() { sed -n '2,11s/^# \{0,1\}//p' "$0"; }
+usage() { sed -n '2,12s/^# \{0,1\}//p' "$0"; }
 
 refuse() {
     usage >&2
@@ -74,6 +75,11 @@ link)
     [ $# -eq 1 ] || refuse
     for program in playertool link_frames; do build "$program"; done
     exec "$here/bench/link" "$here/build/bench/bin"
+    ;;
+preview)
+    [ $# -eq 1 ] || refuse
+    for program in playertool reel reel_images preview_frames; do build "$program"; done
+    exec "$here/bench/preview" "$here/build/bench/bin"
     ;;
 playback)
     [ $# -le 2 ] || refuse

@@ -166,10 +166,11 @@ int await_taken(watched_link &link, ipc::moment until, bool through_pause) {
             return REEL_LINK_PAUSED;
         if (link.on_its_way == nullptr)
             return REEL_LINK_OK;
-        if (ipc::is_over(until))
-            return REEL_LINK_TIMEOUT;
+        // Before the time is over: who only looks, again and again, would never learn of a refusal.
         if (ask_if_refused(link) != REEL_LINK_OK)
             return link.over;
+        if (ipc::is_over(until))
+            return REEL_LINK_TIMEOUT;
         sleep_at_socket(link, link.asked || paused ? slow_step : step, until);
     }
 }

@@ -25,7 +25,7 @@ packages_to_check=(
     "${packages_to_play[@]}" "${packages_for_virtual_display[@]}"
     clang libclang-rt-14-dev lld clang-format clang-tidy ccache
     libgtest-dev libxcb-xtest0-dev openbox x11-xkb-utils x11-utils
-    parallel ffmpeg mandoc fonts-dejavu-core
+    parallel ffmpeg povray mandoc fonts-dejavu-core
 )
 
 # install_packages PACKAGE...: installs those that are missing; says so; asks nothing.

@@ -1,6 +1,7 @@
 #include "tools/reel/commands.h"
 
 #include <charconv>
+#include <map>
 
 namespace reel {
 
@@ -14,6 +15,17 @@ void add_frames_option(CLI::App &app, std::optional<frame_selection> &frames, co
         frames = chosen;
     };
     app.add_option_function<std::string>("--frames", read, meaning)->type_name("A-B[xS]");
+}
+
+void add_format_option(CLI::App &app, raw_format &format, const char *meaning) {
+    static const std::map<std::string, raw_format> names = {
+        {"rgb24", raw_format::rgb24}, {"bgr24", raw_format::bgr24}, {"rgba", raw_format::rgba},
+        {"bgra", raw_format::bgra},   {"gray8", raw_format::gray8}, {"y4m", raw_format::y4m},
+    };
+    app.add_option_function<std::string>(
+           "--format", [&format](const std::string &name) { format = names.at(name); }, meaning)
+        ->check(CLI::IsMember(names))
+        ->type_name("FORMAT");
 }
 
 CLI::Validator whole_number(int lowest, int highest) {

@@ -9,7 +9,7 @@
 // itself knows nothing of command lines.
 #pragma once
 
-#include "tools/reel/frame_pattern.h"
+#include "tools/reel/frame_source.h"
 
 #include <CLI/CLI.hpp>
 
@@ -35,6 +35,9 @@ command_runner describe_preview(CLI::App &app);
 
 // --frames A-B, A-BxS or A.
 void add_frames_option(CLI::App &app, std::optional<frame_selection> &frames, const char *meaning);
+
+// --format FORMAT: what comes on standard input.
+void add_format_option(CLI::App &app, raw_format &format, const char *meaning);
 
 // Accepts whole numbers from lowest to highest.
 [[nodiscard]] CLI::Validator whole_number(int lowest, int highest);

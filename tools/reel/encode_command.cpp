@@ -2,7 +2,6 @@
 #include "tools/reel/encode.h"
 #include "tools/reel/report.h"
 
-#include <map>
 #include <memory>
 
 namespace reel {
@@ -19,11 +18,6 @@ struct encode_words {
     std::optional<picture_size> size;
     int rate = 0;
     int threshold = 0;
-};
-
-const std::map<std::string, raw_format> format_names = {
-    {"rgb24", raw_format::rgb24}, {"bgr24", raw_format::bgr24}, {"rgba", raw_format::rgba},
-    {"bgra", raw_format::bgra},   {"gray8", raw_format::gray8}, {"y4m", raw_format::y4m},
 };
 
 bool is_raw(const encode_words &words) {
@@ -135,11 +129,8 @@ command_runner describe_encode(CLI::App &app) {
     app.add_flag("--stdin", words->standard_input,
                  "Read pixels from standard input: frame after frame, rows from the top down, "
                  "nothing between them");
-    app.add_option_function<std::string>(
-           "--format", [words](const std::string &name) { words->format = format_names.at(name); },
-           "What comes on standard input; y4m tells its own size and rate")
-        ->check(CLI::IsMember(format_names))
-        ->type_name("FORMAT");
+    add_format_option(app, words->format,
+                      "What comes on standard input; y4m tells its own size and rate");
     app.footer("Example:\n"
                "  reel encode --fps 25 -o shot.reel frames/shot.####.exr\n"
                "  reel encode --size 1280x0 -o film.reel film.mp4\n"

@@ -141,6 +141,24 @@ void add_to_ranges(std::vector<frame_range> &ranges, std::int64_t number) {
         ranges.push_back({number, number});
 }
 
+std::vector<frame_range> find_missing(const frame_selection &chosen,
+                                      const std::set<std::int64_t> &there) {
+    std::vector<frame_range> missing;
+    std::int64_t next = chosen.range.first;
+    const auto add_up_to = [&](std::int64_t number) {
+        if (chosen.step == 1 && next < number)
+            missing.push_back({next, number - 1});
+        for (; chosen.step != 1 && next < number && missing.size() <= max_runs_shown;
+             next += chosen.step)
+            missing.push_back({next, next});
+        next = number + chosen.step;
+    };
+    for (const std::int64_t number : there)
+        add_up_to(number);
+    add_up_to(chosen.range.first + count_selected(chosen) * chosen.step);
+    return missing;
+}
+
 std::int64_t count_in_ranges(std::span<const frame_range> ranges) {
     std::int64_t count = 0;
     for (const frame_range &range : ranges)

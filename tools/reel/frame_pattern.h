@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -50,6 +51,11 @@ struct frame_selection {
 
 // Adds a number, which must come after those that are there.
 void add_to_ranges(std::vector<frame_range> &ranges, std::int64_t number);
+
+// The numbers of a selection that are not among `there`, all of which are; with a step the first few
+// only: as many as format_ranges shows, and one more.
+[[nodiscard]] std::vector<frame_range> find_missing(const frame_selection &chosen,
+                                                    const std::set<std::int64_t> &there);
 
 // How many numbers there are.
 [[nodiscard]] std::int64_t count_in_ranges(std::span<const frame_range> ranges);

@@ -10,18 +10,34 @@ namespace reel {
 
 namespace {
 
+// That a table has room for, in a file that has nothing else.
+constexpr std::int64_t most_frames =
+    (movie::vf_max_file_bytes - movie::vf_header_bytes) / std::int64_t{sizeof(std::int32_t)};
+
+// What is there of it is removed: it may be the disk that is full.
 int give_up(kept_movie &kept, const char *why) {
-    report("%s: it cannot be written: %s", kept.file.target.c_str(), why);
+    report("%s: it cannot be written: %s", kept.file->target.c_str(), why);
     kept.film.stream.reset();
+    kept.file.reset();
     kept.is_open = false;
     return -1;
 }
 
 } // namespace
 
-int start_kept_movie(const std::string &name, const movie_settings &settings, kept_movie &kept) {
-    if (start_output(name, kept.file) != 0)
+int claim_kept_movie(const std::string &name, kept_movie &kept) {
+    if (check_replaced(name) != 0)
         return -1;
+    kept.file.emplace();
+    if (start_output(name, *kept.file) == 0)
+        return 0;
+    kept.file.reset();
+    return -1;
+}
+
+int start_kept_movie(const movie_settings &settings, kept_movie &kept) {
+    if (settings.count > most_frames)
+        return give_up(kept, "there are too many frames for a movie file");
     kept.film.magic = movie::vf_magic;
     kept.film.algorithm = movie::vf_algorithm_ir1;
     kept.film.count = static_cast<std::int32_t>(settings.count);
@@ -34,8 +50,9 @@ int start_kept_movie(const std::string &name, const movie_settings &settings, ke
     movie::vf_movie &film = kept.film;
     film.width = coded_side(settings.width);
     film.height = coded_side(settings.height);
-    if (movie::VFopenWrite(film, kept.file.temporary.c_str()) != 0)
+    if (movie::VFopenWrite(film, kept.file->temporary.c_str()) != 0)
         return give_up(kept, std::strerror(errno));
+    film.name = kept.file->target; // for messages: the temporary name means nothing to the user
     film.width = settings.width;
     film.height = settings.height;
     kept.is_open = true;
@@ -58,7 +75,9 @@ int finish_kept_movie(kept_movie &kept) {
     kept.is_open = false;
     if (std::fclose(kept.film.stream.release()) != 0)
         return give_up(kept, std::strerror(errno));
-    return finish_output(kept.file, true);
+    const int result = finish_output(*kept.file, true);
+    kept.file.reset();
+    return result;
 }
 
 } // namespace reel

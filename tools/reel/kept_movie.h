@@ -2,29 +2,35 @@
 // finished.
 //
 //   kept_movie kept;
-//   start_kept_movie("shot.reel", {640, 480, 24, 12, 48}, kept);
+//   claim_kept_movie("shot.reel", kept);               // before anything is rendered for it
+//   start_kept_movie({640, 480, 24, 12, 48}, kept);
 //   keep_frame(kept, 11, words);                       // frame 11, counted from 0
 //   finish_kept_movie(kept);
 #pragma once
 
 #include "tools/reel/movie_writer.h"
 
+#include <optional>
+
 namespace reel {
 
 struct kept_movie {
-    output_file file;
+    std::optional<output_file> file; // claimed and not finished; goes with its temporary file
     movie::vf_movie film;
     std::vector<std::uint8_t> packed; // memory for one frame
     bool is_open = false;
 };
 
-// settings.count must be known; an existing file must have been checked (check_replaced). Returns 0,
-// or -1 after a report.
-[[nodiscard]] int start_kept_movie(const std::string &name, const movie_settings &settings,
-                                   kept_movie &kept);
+// Makes sure that a movie can be written under that name, which stays as it is until the movie is
+// finished. Returns 0, or -1 after a report.
+[[nodiscard]] int claim_kept_movie(const std::string &name, kept_movie &kept);
+
+// settings.count must be known. Returns 0, or -1 after a report.
+[[nodiscard]] int start_kept_movie(const movie_settings &settings, kept_movie &kept);
 
 // Compresses a picture of the movie's size into its place; one that comes again replaces the one
-// before. Returns 0, or -1 after a report: the movie is given up then.
+// before. Returns 0, or -1 after a report: the movie is given up and
+// removed then.
 [[nodiscard]] int keep_frame(kept_movie &kept, std::int64_t index,
                              std::span<const std::uint32_t> words);
 

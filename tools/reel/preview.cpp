@@ -9,14 +9,13 @@
 #include "tools/reel/progress.h"
 #include "tools/reel/renderer_range.h"
 #include "tools/reel/report.h"
-#include "tools/reel/sources.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <deque>
+#include <map>
 #include <poll.h>
 #include <set>
 #include <sys/signalfd.h>
@@ -29,6 +28,8 @@ namespace {
 constexpr std::size_t most_asked = 2; // frames at a time in the loader
 constexpr int player_limit_ms = 5000; // for the last frame, or for the player to end
 constexpr int signal_status = 128;    // exit status of who ended by a signal, and its number
+constexpr int line_period_ms = 1000;  // of the line on the terminal: the time to go changes
+constexpr std::int64_t most_number = 999'999'999'999'999'999; // what file names can hold
 
 struct preview_run {
     const preview_options &options;
@@ -43,16 +44,18 @@ struct preview_run {
     kept_movie kept;
     progress meter; // while there is no window
     bool has_window = false;
-    std::deque<frame_file> candidates; // to be read
+    std::map<std::int64_t, std::string> candidates; // paths of frames to be read
+    std::multiset<std::int64_t> asked;              // frames that the loader has
     std::set<std::int64_t> have;
-    std::set<std::int64_t> unreadable;
     bool has_picture = false;
     bool is_input_over = false; // nothing more is written
     bool is_cancelled = false;
     bool has_kept_failed = false;
     bool has_told_outside = false;
+    bool has_told_frames = false; // which files of a folder are frames
     bool has_told_size = false;
-    int signal = 0; // that asked us to end
+    std::chrono::steady_clock::time_point paused_at; // the clock's begin: not paused
+    int signal = 0;                                  // that asked us to end
     int signal_fd = -1;
 
     explicit preview_run(const preview_options &given) : options(given) {}
@@ -67,6 +70,11 @@ struct preview_run {
         return options.pixels.standard_input != raw_format::none;
     }
     [[nodiscard]] bool is_ending() const { return is_cancelled || signal != 0; }
+    [[nodiscard]] bool is_watching() const { return !has_pixels() && !is_input_over; }
+    // Whether progress is a line on the terminal.
+    [[nodiscard]] bool has_line() const {
+        return meter.terminal && !has_window && meter.done > 0 && meter.done < meter.total;
+    }
 };
 
 // --- what is to come -----------------------------------------------------------------------------
@@ -87,20 +95,39 @@ int find_range(preview_run &run) {
         report("it is not known which frames there will be: --frames A-B tells");
         return -1;
     }
+    if (run.range.range.first < -most_number || run.range.range.last > most_number ||
+        run.range.step > most_number) {
+        report("frames %s: numbers have at most 18 digits", range_text(run.range).c_str());
+        return -1;
+    }
     const std::string what = run.has_pixels() ? "standard input" : run.frames.description;
     report("preview of %s, frames %s (%lld, from %s)", what.c_str(), range_text(run.range).c_str(),
            static_cast<long long>(count_selected(run.range)), how.c_str());
     return 0;
 }
 
+// May wait for what tells the pixels' size.
+int open_pixels(preview_run &run, std::string *fault) {
+    if (open_source({}, run.options.pixels, run.source, fault) != 0)
+        return -1;
+    if (run.source.rate.has_value() && !run.options.rate.has_value())
+        run.rate = nearest_rate(*run.source.rate);
+    return 0;
+}
+
+// Who joins a rendering late may wait for them for ever.
+void tell_old_frames(const preview_run &run) {
+    const auto old = std::count_if(run.watch.files.begin(), run.watch.files.end(),
+                                   [](const auto &entry) { return entry.second.is_old; });
+    if (old > 0)
+        report_note("files from before: %lld; they count when they are written again, or with "
+                    "--keep-old",
+                    static_cast<long long>(old));
+}
+
 int open_input(preview_run &run, std::string *fault) {
-    if (run.has_pixels()) {
-        if (open_raw_pixels(run.options.pixels, run.source, fault) != 0)
-            return -1;
-        if (run.source.rate.has_value() && !run.options.rate.has_value())
-            run.rate = nearest_rate(*run.source.rate);
+    if (run.has_pixels())
         return start_loader(run.loader, nullptr, &run.source, fault);
-    }
     const image_module *images = load_image_module();
     if (images == nullptr)
         return -1;
@@ -109,6 +136,7 @@ int open_input(preview_run &run, std::string *fault) {
     options.keep_old = run.options.keep_old;
     if (start_watch(run.frames, options, run.watch, fault) != 0)
         return -1;
+    tell_old_frames(run);
     return start_loader(run.loader, images, nullptr, fault);
 }
 
@@ -127,6 +155,7 @@ int take_signals(preview_run &run, std::string *fault) {
 
 int start_run(preview_run &run) {
     std::string fault;
+    std::signal(SIGPIPE, SIG_IGN); // who stops reading our messages does not end the rendering
     run.rate = run.options.rate.value_or(default_rate);
     if (!run.has_pixels() && understand_frames(run.options.input, run.frames, &fault) != 0) {
         report("%s", fault.c_str());
@@ -134,10 +163,9 @@ int start_run(preview_run &run) {
     }
     if (find_range(run) != 0)
         return exit_misused;
-    if (!run.options.output.empty() && check_replaced(run.options.output) != 0)
+    if (!run.options.output.empty() && claim_kept_movie(run.options.output, run.kept) != 0)
         return exit_failed;
-    if (take_signals(run, &fault) != 0 ||
-        (run.has_renderer() && run.options.command.front().empty()) ||
+    if ((run.has_pixels() && open_pixels(run, &fault) != 0) || take_signals(run, &fault) != 0 ||
         open_input(run, &fault) != 0) {
         report_source_fault(fault);
         return exit_failed;
@@ -157,10 +185,23 @@ std::int64_t index_of(const preview_run &run, std::int64_t number) {
     return (number - run.range.range.first) / run.range.step;
 }
 
+// What a folder's first frame has told, and what is left out of it.
+void tell_notes(preview_run &run) {
+    if (run.frames.is_folder && run.watch.frames.known && !run.has_told_frames) {
+        run.has_told_frames = true;
+        run.watch.notes.insert(run.watch.notes.begin(),
+                               "the frames are " + run.watch.frames.description);
+    }
+    for (const std::string &note : run.watch.notes)
+        report_note("%s", note.c_str());
+    run.watch.notes.clear();
+}
+
 void add_candidates(preview_run &run, const std::vector<frame_file> &files) {
+    tell_notes(run);
     for (const frame_file &file : files) {
         if (is_selected(run.range, file.number)) {
-            run.candidates.push_back(file);
+            run.candidates[file.number] = file.path;
         } else if (!run.has_told_outside) {
             run.has_told_outside = true;
             report_note("%s: its frame is not one of %s", file.path.c_str(),
@@ -177,8 +218,10 @@ void ask_frames(preview_run &run) {
                 return;
             ask_frame(run.loader, {run.range.range.first + next * run.range.step, ""});
         } else if (!run.candidates.empty()) {
-            ask_frame(run.loader, {run.candidates.front().number, run.candidates.front().path});
-            run.candidates.pop_front();
+            const auto first = run.candidates.begin();
+            run.asked.insert(first->first);
+            ask_frame(run.loader, {first->first, first->second});
+            run.candidates.erase(first);
         } else {
             return;
         }
@@ -190,8 +233,7 @@ void begin_showing(preview_run &run, const image_buffer &picture) {
     run.has_picture = true;
     const preview_options &options = run.options;
     if (!options.output.empty())
-        run.has_kept_failed = start_kept_movie(options.output,
-                                               {picture.width, picture.height, run.rate,
+        run.has_kept_failed = start_kept_movie({picture.width, picture.height, run.rate,
                                                 options.threshold, count_selected(run.range)},
                                                run.kept) != 0;
     if (options.without_window)
@@ -201,6 +243,14 @@ void begin_showing(preview_run &run, const image_buffer &picture) {
     run.has_window = open_view(run.view, settings, picture.width, picture.height) == 0;
     if (!run.has_window)
         report_note("there is no window (%s); the rendering goes on", run.view.text.c_str());
+}
+
+// The window shows it, or else a line.
+void count_frame(preview_run &run) {
+    if (run.has_window)
+        ++run.meter.done;
+    else
+        step_progress(run.meter);
 }
 
 void take_picture(preview_run &run, loaded_frame &frame) {
@@ -215,25 +265,33 @@ void take_picture(preview_run &run, loaded_frame &frame) {
                         size_text(picture.width, picture.height).c_str());
         run.has_told_size = true;
     }
-    run.unreadable.erase(frame.number);
-    if (run.have.insert(frame.number).second && !run.has_window)
-        step_progress(run.meter);
+    if (run.have.insert(frame.number).second)
+        count_frame(run);
     if (run.kept.is_open && keep_frame(run.kept, index_of(run, frame.number), picture.words) != 0)
         run.has_kept_failed = true;
     show_frame(run.view, frame.number, std::move(picture.words));
 }
 
+// Whether a newer version of a frame is on its way.
+bool is_replaced(const preview_run &run, std::int64_t number) {
+    return run.candidates.contains(number) || run.asked.contains(number);
+}
+
 void take_frames(preview_run &run) {
     loaded_frame frame;
     while (take_loaded(run.loader, frame)) {
+        if (const auto asked = run.asked.find(frame.number); asked != run.asked.end())
+            run.asked.erase(asked);
         if (frame.result == read_result::got) {
             take_picture(run, frame);
         } else if (run.has_pixels()) {
-            run.is_input_over = true;
-            if (frame.result == read_result::failed)
+            // What was asked for after it fails for the same reason.
+            if (frame.result == read_result::failed && !run.is_input_over)
                 report_source_fault(frame.fault);
+            run.is_input_over = true;
+        } else if (is_replaced(run, frame.number)) {
+            continue;
         } else if (run.is_input_over) {
-            run.unreadable.insert(frame.number);
             report("%s: %s", frame.path.c_str(), frame.fault.c_str());
         } else {
             retry_frame(run.watch, frame.number);
@@ -243,24 +301,38 @@ void take_frames(preview_run &run) {
 
 // --- the user ------------------------------------------------------------------------------------
 
+void pause(preview_run &run) {
+    run.paused_at = std::chrono::steady_clock::now();
+    pause_renderer(run.renderer);
+}
+
+// The time to go leaves the pause out of account.
+void resume(preview_run &run) {
+    if (run.paused_at != std::chrono::steady_clock::time_point())
+        run.meter.started += std::chrono::steady_clock::now() - run.paused_at;
+    run.paused_at = {};
+    continue_renderer(run.renderer);
+}
+
 void lose_window(preview_run &run) {
     run.has_window = false;
-    if (run.renderer.is_paused)
-        continue_renderer(run.renderer);
+    resume(run);
 }
 
 void heed_user(preview_run &run) {
+    if (run.is_ending()) // which is told again and again
+        return;
     switch (look_at_view(run.view)) {
     case view_news::none:
         break;
     case view_news::paused:
         report_note(run.has_renderer() ? "paused: the renderer is stopped"
                                        : "paused: what renders is not ours to stop");
-        pause_renderer(run.renderer);
+        pause(run);
         break;
     case view_news::resumed:
         report_note("the rendering goes on");
-        continue_renderer(run.renderer);
+        resume(run);
         break;
     case view_news::cancelled:
         report_note("cancelled");
@@ -281,6 +353,8 @@ void heed_user(preview_run &run) {
 void take_own_signals(preview_run &run) {
     signalfd_siginfo info{};
     while (read(run.signal_fd, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+        if (run.has_renderer() && !run.is_ending())
+            report_note("the renderer is asked to end; once more does not wait for it");
         run.signal = static_cast<int>(info.ssi_signo);
         end_renderer(run.renderer);
     }
@@ -325,12 +399,15 @@ int shorter(int a, int b) {
 void wait_for_news(preview_run &run) {
     std::array<pollfd, 6> sources{};
     std::size_t count = 0;
-    for (const int fd : {run.signal_fd, run.loader.fd, run.watch.fd, run.renderer.process_fd,
+    const int watch_fd = run.is_watching() ? run.watch.fd : -1;
+    for (const int fd : {run.signal_fd, run.loader.fd, watch_fd, run.renderer.process_fd,
                          run.renderer.output_fds[0], run.renderer.output_fds[1]})
         sources[count++] = {fd, POLLIN, 0};
     int limit = view_wait_ms(run.view);
-    if (!run.has_pixels())
+    if (run.is_watching())
         limit = shorter(limit, watch_wait_ms(run.watch));
+    if (run.has_line())
+        limit = shorter(limit, line_period_ms);
     if (run.has_renderer())
         limit = shorter(limit, renderer_wait_ms(run.renderer));
     poll(sources.data(), count, limit);
@@ -338,16 +415,19 @@ void wait_for_news(preview_run &run) {
 
 void run_loop(preview_run &run) {
     while (!is_finished(run)) {
+        ask_frames(run);
         wait_for_news(run);
+        clear_progress(run.meter); // what is said and passed on now stands above it
         take_own_signals(run);
         if (run.has_renderer())
             service_renderer(run.renderer);
-        if (!run.has_pixels() && !run.is_input_over)
+        if (run.is_watching())
             add_candidates(run, changed_frames(run.watch));
         take_frames(run);
         heed_user(run);
         note_end_of_input(run);
-        ask_frames(run);
+        if (run.has_line() && !run.meter.visible)
+            show_progress(run.meter);
     }
 }
 
@@ -360,16 +440,6 @@ void report_failed_renderer(const preview_run &run) {
         std::fprintf(stderr, "    %s\n", line.c_str());
 }
 
-std::vector<frame_range> missing_frames(const preview_run &run) {
-    std::vector<frame_range> missing;
-    for (std::int64_t i = 0; i < count_selected(run.range); ++i) {
-        const std::int64_t number = run.range.range.first + i * run.range.step;
-        if (!run.have.contains(number))
-            add_to_ranges(missing, number);
-    }
-    return missing;
-}
-
 int exit_status(const preview_run &run) {
     if (run.is_cancelled)
         return exit_cancelled;
@@ -379,7 +449,7 @@ int exit_status(const preview_run &run) {
         report_failed_renderer(run);
         return run.renderer.exit_status;
     }
-    const std::vector<frame_range> missing = missing_frames(run);
+    const std::vector<frame_range> missing = find_missing(run.range, run.have);
     if (!missing.empty()) {
         report("missing: %s", format_ranges(missing).c_str());
         return exit_missing;

@@ -4,7 +4,6 @@
 #include "tools/reel/preview.h"
 #include "tools/reel/report.h"
 
-#include <map>
 #include <memory>
 
 namespace reel {
@@ -21,11 +20,6 @@ struct preview_words {
     raw_format format = raw_format::rgb24;
     std::optional<picture_size> size;
     int grace_seconds = 5;
-};
-
-const std::map<std::string, raw_format> preview_formats = {
-    {"rgb24", raw_format::rgb24}, {"bgr24", raw_format::bgr24}, {"rgba", raw_format::rgba},
-    {"bgra", raw_format::bgra},   {"gray8", raw_format::gray8}, {"y4m", raw_format::y4m},
 };
 
 // What is wrong with the words together; null when nothing is.
@@ -75,12 +69,9 @@ void add_input_options(CLI::App &app, preview_words &words) {
                  "Files that are there already are frames, too");
     app.add_flag("--stdin", words.standard_input,
                  "Frames come as pixels on standard input, in the order of their numbers");
-    app.add_option_function<std::string>(
-           "--format",
-           [&words](const std::string &name) { words.format = preview_formats.at(name); },
-           "What comes on standard input (default: rgb24); y4m tells its own size and rate")
-        ->check(CLI::IsMember(preview_formats))
-        ->type_name("FORMAT");
+    add_format_option(
+        app, words.format,
+        "What comes on standard input (default: rgb24); y4m tells its own size and rate");
     app.add_option_function<std::string>(
            "--size",
            [&words](const std::string &text) {

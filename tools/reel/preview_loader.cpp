@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <new>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -78,6 +80,19 @@ void load(preview_loader &loader, loaded_frame &frame, std::int64_t position) {
         frame.result = read_result::failed;
         frame.fault = "there is not enough memory for its picture";
     }
+}
+
+// Reading what comes on standard input by a library cannot be given up: the input ends instead, and
+// who waits for it is woken up to find that.
+void end_standard_input(std::thread &reader) {
+    struct sigaction nothing {};
+    nothing.sa_handler = [](int) {}; // without SA_RESTART
+    const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (empty < 0 || sigaction(SIGUSR1, &nothing, nullptr) != 0)
+        return;
+    dup2(empty, STDIN_FILENO);
+    close(empty);
+    pthread_kill(reader.native_handle(), SIGUSR1);
 }
 
 void signal_loaded(const preview_loader &loader) {
@@ -162,6 +177,8 @@ void stop_loader(preview_loader &loader) {
     }
     if (loader.source != nullptr && loader.source->cancel)
         loader.source->cancel();
+    else if (loader.source != nullptr && loader.thread.joinable())
+        end_standard_input(loader.thread);
     if (loader.thread.joinable())
         loader.thread.join();
     if (loader.fd >= 0)

@@ -68,8 +68,9 @@ int send_waiting(preview_view &view) {
 int open_view(preview_view &view, const view_settings &settings, int width, int height) {
     view.settings = settings;
     const std::int64_t last = settings.frames.range.first + count_selected(settings.frames) - 1;
-    if (settings.frames.range.first < INT_MIN + 1 || last >= INT_MAX) {
-        view.text = "the player can not count that far";
+    if (settings.frames.range.first < INT_MIN + 1 || last >= INT_MAX ||
+        count_selected(settings.frames) > INT_MAX) {
+        view.text = "the player cannot count that far";
         return -1;
     }
     view.link.reset(reel_link_new());
@@ -91,14 +92,10 @@ int open_view(preview_view &view, const view_settings &settings, int width, int 
     return 0;
 }
 
-bool is_view_open(const preview_view &view) {
-    return view.link != nullptr;
-}
-
 void show_frame(preview_view &view, std::int64_t number, std::vector<std::uint32_t> words) {
     if (view.link == nullptr)
         return;
-    view.shown[number] = true;
+    view.shown.insert(number);
     const bool is_last = number == last_number(view.settings.frames);
     const auto count = static_cast<std::size_t>(count_selected(view.settings.frames));
     if (is_last && view.shown.size() < count) {

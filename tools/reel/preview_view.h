@@ -15,8 +15,8 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -46,7 +46,7 @@ struct preview_view {
     view_settings settings;
     std::deque<waiting_frame> waiting; // to be sent
     waiting_frame last;                // the last number's picture, which ends a preview; or empty
-    std::map<std::int64_t, bool> shown;
+    std::set<std::int64_t> shown;
     bool is_paused = false;
     std::string text; // why there is no player, or none any more
 };
@@ -54,8 +54,6 @@ struct preview_view {
 // Starts the player. Returns 0, or -1 with view.text filled: there is none then.
 [[nodiscard]] int open_view(preview_view &view, const view_settings &settings, int width,
                             int height);
-
-[[nodiscard]] bool is_view_open(const preview_view &view);
 
 // Takes over a picture (rows bottom-up, of the size that the view was opened with). The last frame
 // of a preview ends it: it is held back until all others were shown, or nothing more comes.

@@ -75,6 +75,11 @@ void clear_progress(progress &meter) {
     meter.visible = false;
 }
 
+void show_progress(progress &meter) {
+    if (meter.terminal)
+        show(meter);
+}
+
 void leave_progress(progress &meter) {
     meter.visible = false;
 }

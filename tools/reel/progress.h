@@ -30,8 +30,11 @@ struct progress {
 // One more frame is done.
 void step_progress(progress &meter);
 
-// Takes the line off the terminal; the next step brings it back.
+// Takes the line off the terminal; the next step brings it back, or show_progress.
 void clear_progress(progress &meter);
+
+// Shows it without a step, where that is a line on a terminal.
+void show_progress(progress &meter);
 
 // Leaves the line where it is: something was written below it, and no step follows.
 void leave_progress(progress &meter);
