@@ -14,6 +14,7 @@
 #include "player/session_decisions.h"
 #include "toolkit/demons/cursor_filters.h"
 #include "toolkit/demons/demons.h"
+#include "toolkit/events/event_input.h"
 #include "toolkit/events/timers.h"
 #include "toolkit/system.h"
 #include "toolkit/widgets/pulldowns.h"
@@ -125,7 +126,7 @@ void watch_paused_render() {
     state.session_playback = true;
     player_event_loop(playback, open_movie);
     state.session_playback = false;
-    gl::qreset();
+    toolkit::gl_qreset();
 }
 
 // Plays what has come so far, until the session goes on.
@@ -138,7 +139,7 @@ void play_paused_preview() {
         read_frame_from_file(playback, open_movie);
     if (build_player_tool(playback) == 0)
         player_event_loop(playback, open_movie);
-    gl::qreset();
+    toolkit::gl_qreset();
     destroy_player_tool();
     playback = std::move(saved_playback);
     saved_playback = {};

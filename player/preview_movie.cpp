@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::int64_t retry_after_us = 2 * program_clock::us_per_second;
 constexpr std::int32_t most_frames = 10'000'000; // days: their table alone is written in no time
-constexpr std::int64_t spare_bytes = 64 * 1024;  // what a file system keeps for itself
+constexpr std::int64_t spare_bytes = std::int64_t{64} << 10; // what a file system keeps for itself
 
 std::int64_t no_try_before_us = 0; // a movie could not be begun; 0: it could
 std::int64_t full_at = -1;         // bytes of the largest movie that filled the disk; -1: none did

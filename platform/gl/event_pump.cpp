@@ -15,6 +15,7 @@ namespace {
 struct pump_state {
     std::bitset<last_button_device + 1> held{};
     display::point pointer{-1, -1}; // origin lower left; the last one entered
+    display::window_id focused = 0; // ours that has the keyboard; 0: none
     bool lost = false;
     std::string dropped;
 };
@@ -74,6 +75,7 @@ void take_window_event(const display::event &e, window_record &w, enter_call ent
     const auto number = static_cast<short>(w.number);
     switch (e.kind) {
     case display::event_kind::focus_in:
+        state.focused = e.window;
         enter(INPUTCHANGE, number);
         break;
     case display::event_kind::close:
@@ -119,6 +121,7 @@ void take_event(const display::event &e, enter_call enter) {
         take_pointer(e.pointer, enter);
         return;
     case display::event_kind::focus_out:
+        state.focused = 0;
         release_keys(enter);
         enter(INPUTCHANGE, 0);
         return;
@@ -142,6 +145,14 @@ void take_display_events(enter_call enter) {
     display::event e;
     while (!state.lost && display::server().next(&e))
         take_event(e, enter);
+}
+
+void give_up_focus(display::window_id window, enter_call enter) {
+    if (window != state.focused)
+        return;
+    state.focused = 0;
+    release_keys(enter);
+    enter(INPUTCHANGE, 0);
 }
 
 display::point turned(display::point p) {

@@ -13,6 +13,9 @@ using enter_call = void (*)(device d, short value);
 // Takes every event that the display has and enters what it means.
 void take_display_events(enter_call enter);
 
+// A window is closed: the keyboard that it had goes elsewhere, which no display tells it any more.
+void give_up_focus(display::window_id window, enter_call enter);
+
 // From a place on the screen as the display counts, from the top, to ours; and back.
 [[nodiscard]] display::point turned(display::point p);
 

@@ -167,6 +167,10 @@ void pump_display() {
     raise_waiting();
 }
 
+void forget_focus(display::window_id window) {
+    give_up_focus(window, enter_display_event);
+}
+
 void forget_window_events(int window) {
     filter_queue([window](const entry &e) { return !is_window_event(e.dev) || e.value != window; });
 }

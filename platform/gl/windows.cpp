@@ -136,6 +136,7 @@ void winclose(int window) {
     if (w == nullptr)
         return;
     display::server().close(w->id);
+    forget_focus(w->id);
     release_record(*w);
     forget_window_events(window);
 }

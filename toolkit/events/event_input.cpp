@@ -449,6 +449,7 @@ int gl_event_get(std::int16_t *event_class, std::int16_t *value, screen_point *p
 
 void gl_qreset() {
     gl::qreset();
+    read_held_modifiers();
 }
 
 int gl_arrow_key(gl::device d) {

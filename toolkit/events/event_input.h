@@ -87,7 +87,8 @@ void gl_input_init();
 int gl_event_get(std::int16_t *event_class, std::int16_t *value, screen_point *position, int wait,
                  std::FILE **play_file_ref, std::FILE *record_file);
 
-// Throws away what waits in the event queue.
+// Throws away what waits in the event queue. Modifier keys count as they are held now: the release
+// of one may be among what is thrown away.
 void gl_qreset();
 
 // 255 when the low 8 bits of a device code are an arrow key's, else 0.
