@@ -263,7 +263,10 @@ TEST_F(renderer_test, leaves_out_what_nobody_reads) {
         while (!std::filesystem::exists(folder / "written"))
             service_once();
         EXPECT_LT(polls, 4000); // it waits, it does not ask
+        const auto nothing_taken = renderer.outputs[0].last_taken;
         reader = std::thread([&] { all = read_slowly(ends[0], milliseconds(0)); });
+        while (renderer.outputs[0].last_taken == nothing_taken)
+            service_once(); // a renderer that ended now would not be waited for
         write_bytes(folder / "go", "x");
         run_to_end();
         finish_renderer(renderer);
