@@ -218,7 +218,7 @@ TEST_F(preview_test, renderers_as_they_are) {
          {"--no-window", "--frames", "998-1001"},
          "out/shot%03d.ppm"},
         // A folder that comes with its first frame; and another sequence beside it.
-        {"mkdir $out/new; out=$out/new; put 1; sleep 0.1; cp $in/9.ppm $out/other0001.ppm\n"
+        {"mkdir $out/new; out=$out/new; put 1; sleep 1.2; cp $in/9.ppm $out/other0001.ppm\n"
          "for n in 2 3 4; do put $n; done",
          0,
          {"new/shot####.ppm\n", "other0001.ppm is none of "},
