@@ -7,12 +7,13 @@
 work=$(mktemp -d)
 tool=
 window=
-cleanup() {
+cleanup() { # STATUS COMMAND, the last one
+    [ "$1" -eq 0 ] || [ "$2" = 'exit 1' ] || echo "FAILED: status $1 of: $2" >&2
     [ -z "$tool" ] || kill "$tool" 2>/dev/null || true # it may have ended by itself
     stop_virtual_display
     rm -rf "$work"
 }
-trap cleanup EXIT
+trap 'cleanup $? "$BASH_COMMAND"' EXIT
 fail() {
     echo "FAILED: $*" >&2
     import -silent -window root "png24:${TMPDIR-/tmp}/player_failure.png" 2>/dev/null &&
