@@ -56,15 +56,15 @@ bool is_for_all(std::int16_t input_class) {
 }
 
 // Handlers get a copy: a loop within one goes on with the message of its own.
-routed route(const input_event &e) {
+bool route(const input_event &e) {
     const bool is_escape = e.type == toolkit::input_keyboard &&
                            e.value == toolkit::escape_character && is_escape_released() &&
                            is_for_all(toolkit::input_keyboard);
     if (!translate_event(e.type, e.value, e.position, &current_message))
-        return routed::nothing;
+        return false;
     const toolkit::demon_message m = current_message;
     route_event(e.type, m);
-    return is_escape ? routed::escape : routed::event;
+    return is_escape;
 }
 
 } // namespace
@@ -89,18 +89,18 @@ void sleep_until_input(int also) {
     }
 }
 
-routed wait_and_route() {
+bool wait_and_route() {
     input_event e;
     if (take_event(&e, program_clock::is_manual() ? wait_yes : 0))
         return route(e);
     // What is slept for may be for the loop itself, which looks before the input layer takes it.
     sleep_until_input();
-    return routed::nothing;
+    return false;
 }
 
-routed route_waiting() {
+bool route_waiting() {
     input_event e;
-    return take_event(&e, 0) ? route(e) : routed::nothing;
+    return take_event(&e, 0) && route(e);
 }
 
 void deliver_pointer_position() {

@@ -2,7 +2,7 @@
 //
 //   install_window_calls();
 //   while (!is_over() && !state.leave_loop)
-//       if (wait_and_route() == routed::escape) ...
+//       if (wait_and_route()) ...                     // Escape
 #pragma once
 
 #include "player/play_args.h"
@@ -17,17 +17,12 @@ namespace player {
 // sleeping.
 void sleep_until_input(int also = -1);
 
-enum class routed {
-    nothing,
-    event,
-    escape // the Escape key, which nobody had asked for (no open menu, no blocked input)
-};
-
 // Takes the next toolkit event, if one is waiting, and passes it on; sleeps once if there is none.
-routed wait_and_route();
+// Returns whether it was the Escape key, which nobody had asked for (no open menu, no blocked input).
+bool wait_and_route();
 
 // The same without sleeping.
-routed route_waiting();
+bool route_waiting();
 
 // Tells everybody where the pointer is.
 void deliver_pointer_position();

@@ -126,13 +126,8 @@ void take_parameters(ipc_link &parent, play_args &args) {
 
 ipc::socket_record make_reply(std::uint16_t code) {
     ipc::socket_record reply;
-    reply.numof_cmds = ipc::header_cmds;
-    reply.datacmd[ipc::word_sender] = ipc::player_id;
-    reply.datacmd[ipc::word_sender_instance] = ipc::player_instance;
-    reply.datacmd[ipc::word_addressee] = ipc::anybody;
-    reply.datacmd[ipc::word_addressee_instance] = ipc::anybody;
-    reply.datacmd[ipc::word_class] = ipc::class_answer;
-    reply.datacmd[ipc::word_code] = code;
+    ipc::fill_header(reply, ipc::player_id, ipc::player_instance, ipc::anybody, ipc::anybody,
+                     ipc::class_answer, code);
     return reply;
 }
 
@@ -323,8 +318,12 @@ bool handle_link_event(ipc_link &parent, play_args &args, movie_ref &ref) {
     return true;
 }
 
-void close_link(ipc_link &parent) {
+void tell_session_end(ipc_link &parent) {
     set_link_status(parent, playback.render != 0 ? ipc::state_cancelled : ipc::state_preview_over);
+}
+
+void close_link(ipc_link &parent) {
+    tell_session_end(parent);
     detach_link_status(parent);
     release_frame_blocks();
     while (parent.blocked > 0)

@@ -52,6 +52,9 @@ void detach_link_status(ipc_link &parent);
 [[nodiscard]] int link_status(const ipc_link &parent);
 void set_link_status(ipc_link &parent, std::uint8_t state);
 
+// The player ends it, whatever the parent does.
+void tell_session_end(ipc_link &parent);
+
 // For the time that a frame is being copied: the parent must leave the frame alone.
 void set_link_busy(ipc_link &parent, bool is_busy);
 

@@ -32,7 +32,7 @@ bool can_be_cancelled_by_key() {
 }
 
 void routed_turn() {
-    if (wait_and_route() == routed::escape && can_be_cancelled_by_key())
+    if (wait_and_route() && can_be_cancelled_by_key())
         cancel_session(0);
 }
 

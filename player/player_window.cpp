@@ -262,15 +262,6 @@ bool is_our_window(int which) {
            window_id() != toolkit::no_window;
 }
 
-void close_window(int which) {
-    if (which == 0) // the program as a whole is to end
-        quit_player(0);
-    else if (is_progress_window(which))
-        close_session(0);
-    else
-        toolkit::gl_close_iris_wid(which);
-}
-
 void take_drop(int which) {
     if (!is_our_window(which) || state.session_playback)
         return;
@@ -300,7 +291,7 @@ void take_device(gl::device d, short value) {
 }
 
 void install_view() {
-    view = {};
+    install_window_view();
     view.draw_frame = draw_frame;
     view.strips = {are_strips_possible, begin_strips, draw_rows, end_strips};
     view.show_position = show_position;
@@ -309,10 +300,6 @@ void install_view() {
     view.take_device = take_device;
     view.make_current = [] { make_current(); };
     view.is_player_window = is_our_window;
-    view.refresh = toolkit::gl_refresh;
-    view.freeze = toolkit::gl_win_freeze;
-    view.thaw = toolkit::gl_win_thaw;
-    view.close = close_window;
     view.drop = take_drop;
 }
 

@@ -18,7 +18,7 @@ constexpr std::int64_t most_reading_us = 16'000;
 // moves, is asked only when there is something.
 void take_input() {
     while (gl::qtest() != gl::NULLDEV && !is_over() && !state.leave_loop)
-        if (route_waiting() == routed::escape)
+        if (route_waiting())
             cancel_session(0);
     gl::qdevice(gl::MOUSEX);
     gl::qdevice(gl::MOUSEY);

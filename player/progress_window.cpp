@@ -1,6 +1,5 @@
 #include "player/progress_window.h"
 
-#include "ipc/session_codes.h"
 #include "platform/clock/program_clock.h"
 #include "platform/gl/pixels.h"
 #include "platform/gl/screen.h"
@@ -202,10 +201,15 @@ bool open_window(const play_args &args) {
     return true;
 }
 
+// By the number that events have.
+bool is_progress_window(int gl_window) {
+    const int wid = open_window_id(window());
+    return gl_window > 0 && wid != toolkit::no_window && toolkit::gl_find_wid(gl_window) == wid;
+}
+
 void close_window(int which) {
     if (which == 0) { // the program as a whole is to end
-        set_link_status(parent_link,
-                        playback.render != 0 ? ipc::state_cancelled : ipc::state_preview_over);
+        tell_session_end(parent_link);
         state.session_playback = false;
         quit_player(0);
     } else if (is_progress_window(which)) {
@@ -253,18 +257,17 @@ bool update_progress_window() {
     return has_other_controls;
 }
 
-bool is_progress_window(int gl_window) {
-    const int wid = open_window_id(window());
-    return gl_window > 0 && wid != toolkit::no_window && toolkit::gl_find_wid(gl_window) == wid;
-}
-
-void install_progress_view() {
-    toolkit::aliasKeystroke('V', toolkit::alias_all, tell_version, 0);
+void install_window_view() {
     view = {};
     view.refresh = toolkit::gl_refresh;
     view.freeze = toolkit::gl_win_freeze;
     view.thaw = toolkit::gl_win_thaw;
     view.close = close_window;
+}
+
+void install_progress_view() {
+    toolkit::aliasKeystroke('V', toolkit::alias_all, tell_version, 0);
+    install_window_view();
 }
 
 void destroy_progress_window() {

@@ -32,11 +32,12 @@ int build_progress_window(play_args &args);
 // other controls than before: the pointer may be on one of them.
 bool update_progress_window();
 
-// Whether a GL window is it; its number for window events.
-[[nodiscard]] bool is_progress_window(int gl_window);
+// Makes the view one that knows windows only: their events go to them as they are, the progress
+// window's close box asks, and who asks the program to end gets that, paused or not.
+void install_window_view();
 
-// Has window events go to the windows as they are, the close box ask, and binds the window's
-// key. For loops in which the Player Tool's window has no part.
+// The same, and binds the progress window's key. For loops in which the Player Tool's window has no
+// part.
 void install_progress_view();
 
 void destroy_progress_window();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "link/reel_link.h"
+#include "tests/support/segments.h"
 
 #include <gtest/gtest.h>
 
@@ -11,30 +12,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sched.h>
 #include <string>
-#include <sys/shm.h>
 #include <unistd.h>
 #include <vector>
 
 namespace render_link {
 
-// Whether segments are counted. Asked once, before there are threads.
-inline bool has_own_namespace() {
-    static const bool has = [] {
-        if (::unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0)
-            return true;
-        std::perror("segments are not counted: unshare");
-        return false;
-    }();
-    return has;
-}
-
-inline int count_segments() {
-    shm_info counts{};
-    ::shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds *>(&counts));
-    return counts.used_ids;
-}
+using test_support::count_segments;
+using test_support::has_own_namespace;
 
 class link_test : public testing::Test {
 protected:

@@ -8,6 +8,7 @@
 #include <limits>
 #include <poll.h>
 #include <random>
+#include <sched.h>
 #include <sys/wait.h>
 #include <thread>
 

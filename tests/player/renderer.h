@@ -8,34 +8,21 @@
 #include "ipc/session_codes.h"
 #include "ipc/shared_blocks.h"
 #include "tests/player/player_fixture.h"
+#include "tests/support/segments.h"
 
 #include <array>
 #include <atomic>
 #include <bit>
-#include <sched.h>
 #include <span>
-#include <sys/shm.h>
 #include <sys/socket.h>
 
 namespace player_test {
 
 inline constexpr int patience_ms = 10'000; // of tests, for what is to come at once
 
-// Whether segments can be counted. Asked once, before there are threads.
-inline bool has_own_namespace() {
-    static const bool has = [] {
-        if (::unshare(CLONE_NEWIPC) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0)
-            return true;
-        std::perror("segments are not counted: unshare");
-        return false;
-    }();
-    return has;
-}
-inline int count_segments() {
-    shm_info counts{};
-    ::shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds *>(&counts));
-    return has_own_namespace() ? counts.used_ids : 0;
-}
+using test_support::count_segments;
+using test_support::has_own_namespace;
+
 inline std::ptrdiff_t count_descriptors() {
     const std::filesystem::directory_iterator open("/proc/self/fd");
     return std::distance(begin(open), end(open));

@@ -10,10 +10,6 @@ namespace reel {
 
 namespace {
 
-// That a table has room for, in a file that has nothing else.
-constexpr std::int64_t most_frames =
-    (movie::vf_max_file_bytes - movie::vf_header_bytes) / std::int64_t{sizeof(std::int32_t)};
-
 // What is there of it is removed: it may be the disk that is full.
 int give_up(kept_movie &kept, const char *why) {
     report("%s: it cannot be written: %s", kept.file->target.c_str(), why);
@@ -36,33 +32,28 @@ int claim_kept_movie(const std::string &name, kept_movie &kept) {
 }
 
 int start_kept_movie(const movie_settings &settings, kept_movie &kept) {
-    if (settings.count > most_frames)
+    if (settings.count > max_movie_frames)
         return give_up(kept, "there are too many frames for a movie file");
     kept.film.magic = movie::vf_magic;
     kept.film.algorithm = movie::vf_algorithm_ir1;
     kept.film.count = static_cast<std::int32_t>(settings.count);
-    kept.film.width = settings.width;
-    kept.film.height = settings.height;
+    kept.film.width = coded_side(settings.width);
+    kept.film.height = coded_side(settings.height);
     kept.film.rate = settings.rate;
     kept.film.threshold = settings.threshold;
+    kept.width = settings.width;
+    kept.height = settings.height;
     kept.packed.resize(movie::ir1_worst_case(settings.width, settings.height));
-    // The header has whole blocks; pictures keep the rows and columns over them until compressed.
-    movie::vf_movie &film = kept.film;
-    film.width = coded_side(settings.width);
-    film.height = coded_side(settings.height);
-    if (movie::VFopenWrite(film, kept.file->temporary.c_str()) != 0)
+    if (movie::VFopenWrite(kept.film, kept.file->temporary.c_str()) != 0)
         return give_up(kept, std::strerror(errno));
-    film.name = kept.file->target; // for messages: the temporary name means nothing to the user
-    film.width = settings.width;
-    film.height = settings.height;
+    kept.film.name = kept.file->target; // the temporary name means nothing to the user
     kept.is_open = true;
     return 0;
 }
 
 int keep_frame(kept_movie &kept, std::int64_t index, std::span<const std::uint32_t> words) {
-    const std::int64_t size =
-        movie::IR1_compress(words, kept.film.width, kept.film.height, kept.packed,
-                            static_cast<int>(kept.film.threshold));
+    const std::int64_t size = movie::IR1_compress(words, kept.width, kept.height, kept.packed,
+                                                  static_cast<int>(kept.film.threshold));
     if (size < 0)
         return give_up(kept, "a picture has not its size");
     const std::span data(kept.packed.data(), static_cast<std::size_t>(size));

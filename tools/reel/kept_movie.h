@@ -16,7 +16,9 @@ namespace reel {
 
 struct kept_movie {
     std::optional<output_file> file; // claimed and not finished; goes with its temporary file
-    movie::vf_movie film;
+    movie::vf_movie film;            // of whole blocks
+    int width = 0;                   // of the pictures, pixels
+    int height = 0;
     std::vector<std::uint8_t> packed; // memory for one frame
     bool is_open = false;
 };

@@ -23,10 +23,6 @@ std::int64_t head_bytes(std::int64_t count) {
     return movie::vf_header_bytes + entry_bytes * count;
 }
 
-// The most frames that a table can be for.
-constexpr std::int64_t max_count =
-    (movie::vf_max_file_bytes - movie::vf_header_bytes) / entry_bytes;
-
 // Moves bytes inside a file, from .. end to `to` and on; the places may overlap. Returns false with
 // errno set.
 bool move_bytes(int file, std::int64_t from, std::int64_t end, std::int64_t to) {
@@ -63,7 +59,7 @@ int resize_table(movie_writer &writer, std::int64_t count) {
     const std::int64_t by = head_bytes(count) - old_head;
     if (end < old_head)
         return -1;
-    if (count > max_count || end + by > movie::vf_max_file_bytes) {
+    if (count > max_movie_frames || end + by > movie::vf_max_file_bytes) {
         errno = EFBIG;
         return -1;
     }
@@ -112,7 +108,7 @@ int check_replaced(const std::string &name) {
 }
 
 int start_movie(const std::string &name, const movie_settings &settings, movie_writer &writer) {
-    if (settings.count > max_count) {
+    if (settings.count > max_movie_frames) {
         report("%s: %lld frames are too many for a movie file", name.c_str(),
                static_cast<long long>(settings.count));
         return -1;

@@ -21,6 +21,10 @@
 
 namespace reel {
 
+// The most that a movie's table can be for.
+inline constexpr std::int64_t max_movie_frames =
+    (movie::vf_max_file_bytes - movie::vf_header_bytes) / std::int64_t{sizeof(std::int32_t)};
+
 struct movie_settings {
     int width = 0;           // pixels; what is over a multiple of 4 is left away
     int height = 0;          // pixels; likewise
