@@ -13,7 +13,6 @@
 
 #include <array>
 #include <cstdio>
-#include <poll.h>
 
 namespace player {
 
@@ -79,22 +78,23 @@ bool is_over() {
     return state.quit_requested;
 }
 
-void sleep_until_input(int also) {
+void sleep_until_input(const wake_source &also) {
     while (gl::qtest() == gl::NULLDEV && !is_over() && !program_clock::is_manual()) {
         std::array<pollfd, 3> sources{pollfd{gl::qgetfd(), POLLIN, 0},
-                                      pollfd{quit_signal_fd(), POLLIN, 0}, pollfd{also, POLLIN, 0}};
+                                      pollfd{quit_signal_fd(), POLLIN, 0},
+                                      pollfd{also.descriptor, also.events, 0}};
         poll(sources.data(), sources.size(), -1);
         if (sources[2].revents != 0)
             return;
     }
 }
 
-bool wait_and_route() {
+bool wait_and_route(const wake_source &also) {
     input_event e;
     if (take_event(&e, program_clock::is_manual() ? wait_yes : 0))
         return route(e);
     // What is slept for may be for the loop itself, which looks before the input layer takes it.
-    sleep_until_input();
+    sleep_until_input(also);
     return false;
 }
 

@@ -7,19 +7,26 @@
 
 #include "player/play_args.h"
 
+#include <poll.h>
+
 namespace player {
 
 // Whether there is no point in going on: the user, a signal or a lost display ends the program.
 [[nodiscard]] bool is_over();
 
-// Sleeps until the event queue has something, a signal has come, or `also` (-1: nothing) can be
-// read. A test's clock is moved by the queue's own waiting, so with such a clock that does the
-// sleeping.
-void sleep_until_input(int also = -1);
+// What wakes a loop beside the event queue and signals.
+struct wake_source {
+    int descriptor = -1; // -1: nothing
+    short events = POLLIN;
+};
+
+// Sleeps until the event queue has something, a signal has come, or the source is ready. A test's
+// clock is moved by the queue's own waiting, so with such a clock that does the sleeping.
+void sleep_until_input(const wake_source &also = {});
 
 // Takes the next toolkit event, if one is waiting, and passes it on; sleeps once if there is none.
 // Returns whether it was the Escape key, which nobody had asked for (no open menu, no blocked input).
-bool wait_and_route();
+bool wait_and_route(const wake_source &also = {});
 
 // The same without sleeping.
 bool route_waiting();

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <poll.h>
 #include <unistd.h>
 
 namespace player {
@@ -316,6 +317,11 @@ bool handle_link_event(ipc_link &parent, play_args &args, movie_ref &ref) {
     state.empty_reads = 0;
     take_message(parent, args, ref);
     return true;
+}
+
+bool has_parent_left(const ipc_link &parent) {
+    pollfd link{parent.socket > 0 ? parent.socket : -1, POLLRDHUP, 0};
+    return poll(&link, 1, 0) > 0;
 }
 
 void tell_session_end(ipc_link &parent) {

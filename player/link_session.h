@@ -65,6 +65,9 @@ void send_image_size(ipc_link &parent, const play_args &args);
 // Reads and handles one message, if there is one; never waits for one. Returns whether there was.
 bool handle_link_event(ipc_link &parent, play_args &args, movie_ref &ref);
 
+// Whether it has closed its end, or is no more; there may be messages left to be read.
+[[nodiscard]] bool has_parent_left(const ipc_link &parent);
+
 // Ends the session: tells the parent by the status block, lets go of all shared memory, closes the
 // socket. Nothing happens without one.
 void close_link(ipc_link &parent);

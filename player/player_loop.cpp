@@ -31,9 +31,18 @@ bool can_be_cancelled_by_key() {
     return state.session_playback && !state.playing;
 }
 
-void routed_turn() {
-    if (wait_and_route() && can_be_cancelled_by_key())
+void routed_turn(const wake_source &also = {}) {
+    if (wait_and_route(also) && can_be_cancelled_by_key())
         cancel_session(0);
+}
+
+// The pause of a render ends when the renderer has gone away, for the window to say so. What it has
+// still sent waits until then. (Who flips through a preview is not disturbed.)
+void paused_render_turn() {
+    if (has_parent_left(parent_link))
+        end_pause();
+    else
+        routed_turn({parent_link.socket, POLLRDHUP});
 }
 
 void stopped_turn() {
@@ -109,7 +118,7 @@ void player_event_loop(play_args &args, movie_ref &ref) {
         else if (args.render == 0)
             stopped_turn();
         else
-            routed_turn();
+            paused_render_turn();
         follow_transport(was_playing);
         const bool resumed = link_status(parent_link) == ipc::state_resumed;
         if (resumed && (args.render == 0 || state.session_playback))

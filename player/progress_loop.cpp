@@ -62,7 +62,7 @@ void progress_loop(ipc_link &parent, play_args &args, movie_ref &ref) {
             destroy_progress_window();
             break;
         }
-        sleep_until_input(parent.socket > 0 ? parent.socket : -1);
+        sleep_until_input({parent.socket > 0 ? parent.socket : -1});
         take_input();
         if (!state.quit_requested && !state.leave_loop && !is_session_paused())
             take_messages(parent, args, ref);

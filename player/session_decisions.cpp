@@ -46,10 +46,14 @@ bool is_session_over(const play_args &args) {
     return parent_link.is_lost || (args.render != 0 && is_session_complete(args));
 }
 
+void end_pause() {
+    resume_session(0);
+    toolkit::updateWidgetValue(progress.paused.get(), 0);
+}
+
 void quit_player(toolkit::word) {
     if (state.session_playback) {
-        resume_session(0);
-        toolkit::updateWidgetValue(progress.paused.get(), 0);
+        end_pause();
         return;
     }
     destroy_other_windows();

@@ -18,6 +18,9 @@ void close_session(toolkit::word unused);
 void pause_session(toolkit::word unused);
 void resume_session(toolkit::word unused);
 
+// Has it go on, and the switch show that.
+void end_pause();
+
 // Whether it is stopped now: the renderer has been told so.
 [[nodiscard]] bool is_session_paused();
 

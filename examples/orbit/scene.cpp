@@ -13,25 +13,25 @@ namespace {
 struct vec {
     double x = 0, y = 0, z = 0;
 };
-vec operator+(const vec &a, const vec &b) {
+vec operator+(vec a, vec b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
 }
-vec operator-(const vec &a, const vec &b) {
+vec operator-(vec a, vec b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
-vec operator*(const vec &a, double by) {
+vec operator*(vec a, double by) {
     return {a.x * by, a.y * by, a.z * by};
 }
-vec operator*(const vec &a, const vec &b) {
+vec operator*(vec a, vec b) {
     return {a.x * b.x, a.y * b.y, a.z * b.z};
 }
-double dot(const vec &a, const vec &b) {
+double dot(vec a, vec b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
-vec cross(const vec &a, const vec &b) {
+vec cross(vec a, vec b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
-vec unit(const vec &a) {
+vec unit(vec a) {
     return a * (1 / std::sqrt(dot(a, a)));
 }
 
@@ -76,18 +76,18 @@ double meet_sphere(const sphere &ball, const ray &r) {
     return middle + half > tiny ? middle + half : none;
 }
 
-bool is_in_shadow(const vec &point) {
+bool is_in_shadow(vec point) {
     return std::any_of(spheres.begin(), spheres.end(), [&](const sphere &ball) {
         return meet_sphere(ball, {point, to_light}) < none;
     });
 }
 
-vec sky(const vec &along) {
+vec sky(vec along) {
     const double height = std::max(along.y, 0.0);
     return vec{0.62, 0.72, 0.85} * (1 - height) + vec{0.12, 0.28, 0.62} * height;
 }
 
-vec floor_colour(const vec &point) {
+vec floor_colour(vec point) {
     const bool is_light =
         (static_cast<long>(std::floor(point.x)) + static_cast<long>(std::floor(point.z))) % 2 == 0;
     return is_light ? vec{0.62, 0.6, 0.56} : vec{0.09, 0.1, 0.12};

@@ -359,7 +359,19 @@ TEST_F(linked_session_test, a_parent_that_goes_away_leaves_what_has_come) {
             EXPECT_NE(said.find(lost_text()), std::string::npos) << said;
         }
     }
-    const std::string said = run([](renderer &parent) { // while it is paused
+    std::string said = run([](renderer &parent) { // while a render is paused: said at once
+        parent.begin({.is_render = true});
+        EXPECT_TRUE(parent.frame(1));
+        click(progress.paused);
+        EXPECT_TRUE(parent.has_status(ipc::state_paused));
+        parent.close_socket();
+        EXPECT_TRUE(wait_for([] { return parent_link.is_lost; }));
+        EXPECT_FALSE(has_paused_switch());
+        click(progress.cancel); // OK
+        EXPECT_TRUE(has_ended());
+    });
+    EXPECT_EQ(said, lost_text());
+    said = run([](renderer &parent) { // while a preview is: its user is not disturbed
         parent.begin({.count = 5});
         EXPECT_TRUE(parent.frame(1));
         EXPECT_TRUE(parent.frame(2));
