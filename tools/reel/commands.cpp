@@ -11,7 +11,8 @@ void add_frames_option(CLI::App &app, std::optional<frame_selection> &frames, co
         if (parse_frame_selection(text, &chosen) != 0)
             throw CLI::ValidationError("--frames", "\"" + text +
                                                        "\" is not A-B, A-BxS or A, with A not "
-                                                       "above B and a step S of 1 or more");
+                                                       "above B, a step S of 1 or more and at "
+                                                       "most 18 digits each");
         frames = chosen;
     };
     app.add_option_function<std::string>("--frames", read, meaning)->type_name("A-B[xS]");

@@ -16,6 +16,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace reel {
 
@@ -29,7 +30,7 @@ command_runner describe_compare(CLI::App &app);
 command_runner describe_sheet(CLI::App &app);
 command_runner describe_info(CLI::App &app);
 command_runner describe_verify(CLI::App &app);
-command_runner describe_preview(CLI::App &app);
+command_runner describe_preview(CLI::App &app, std::vector<std::string> renderer); // its command
 
 // ---- what the commands' options share
 

@@ -9,6 +9,7 @@ namespace reel {
 namespace {
 
 constexpr std::size_t max_digits = 18;
+constexpr std::int64_t max_number = 999'999'999'999'999'999; // of so many
 constexpr std::size_t max_runs_shown = 8;
 constexpr int max_padding = 18;
 
@@ -106,6 +107,8 @@ int parse_frame_selection(std::string_view text, frame_selection *chosen) {
     if (!text.empty() && take_marked_number(text, 'x', &read.step) != 0)
         return -1;
     if (!text.empty() || range.last < range.first || read.step < 1)
+        return -1;
+    if (range.first < -max_number || range.last > max_number || read.step > max_number)
         return -1;
     *chosen = read;
     return 0;

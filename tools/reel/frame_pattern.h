@@ -37,7 +37,7 @@ struct frame_selection {
 };
 
 // Reads "A-B", "A-BxS" or "A"; numbers may be negative ("-5--1"). Returns 0, or -1 when the text
-// is anything else, B comes before A or S is below 1.
+// is anything else, B comes before A, S is below 1 or a number has more than 18 digits.
 [[nodiscard]] int parse_frame_selection(std::string_view text, frame_selection *chosen);
 
 // How many frames there are in a selection.

@@ -81,15 +81,11 @@ bool is_filled_file(const std::string &path) {
 }
 
 int open_standard_input(const source_options &options, frame_source &source, std::string *fault) {
-    const std::string name = standard_input_name;
-    if (::fcntl(STDIN_FILENO, F_GETFD) < 0)
-        *fault = name + ": it is closed";
-    else if (::isatty(STDIN_FILENO) == 1)
-        *fault = name + ": it is a terminal; the pixels have to come from a file or a program";
-    else
-        fault->clear();
-    if (!fault->empty())
+    if (::isatty(STDIN_FILENO) == 1) {
+        *fault = standard_input_name;
+        *fault += ": it is a terminal; the pixels have to come from a file or a program";
         return -1;
+    }
     // What comes fast comes in large pieces; a pipe that cannot be larger is slower only.
     (void)::fcntl(STDIN_FILENO, F_SETPIPE_SZ, pipe_bytes);
     if (options.standard_input != raw_format::y4m)

@@ -36,10 +36,26 @@ struct watch_turn {
 
 // ---- names
 
+// As match_frame_name; but a renderer may pad otherwise than its user expects.
+int read_number(const frame_watch &watch, std::string_view name, std::int64_t *number) {
+    if (match_frame_name(watch.frames.pattern, name, number) == 0)
+        return 0;
+    return watch.frames.is_folder ? -1 : match_frame_name(watch.any_padding, name, number);
+}
+
 bool may_be_frame(const frame_watch &watch, std::string_view name) {
     std::int64_t number = 0;
-    return watch.frames.known ? match_frame_name(watch.frames.pattern, name, &number) == 0
+    return watch.frames.known ? read_number(watch, name, &number) == 0
                               : is_frame_name(name, watch.options.extensions);
+}
+
+void note_padding(frame_watch &watch, const std::string &name, std::int64_t number) {
+    if (watch.noted_padding || match_frame_name(watch.frames.pattern, name, &number) == 0)
+        return;
+    watch.noted_padding = true;
+    std::string note = watch.frames.pattern.folder;
+    note.append(name).append(" counts as frame ").append(std::to_string(number));
+    watch.notes.push_back(note.append(" of ").append(watch.frames.description));
 }
 
 void note_others(frame_watch &watch, std::string_view name) {
@@ -139,12 +155,13 @@ void hand_out(frame_watch &watch, const std::string &name, seen_file &file, watc
     if (!watch.frames.known)
         understand_watched_folder(watch, name);
     std::int64_t number = 0;
-    if (match_frame_name(watch.frames.pattern, name, &number) != 0) {
+    if (read_number(watch, name, &number) != 0) {
         note_others(watch, name);
         return;
     }
     if (!takes_number(watch, name, number))
         return;
+    note_padding(watch, name, number);
     if (!file.is_suspect && turn.now - file.failed_at > failures_forgotten)
         file.failures = 0;
     file.handed = file.seen;
@@ -364,6 +381,8 @@ int start_watch(const watched_frames &frames, const watch_options &options, fram
                 std::string *fault) {
     watch = {};
     watch.frames = frames;
+    watch.any_padding = frames.pattern;
+    watch.any_padding.padding = 0;
     watch.options = options;
     watch.fd = options.only_polling ? -1 : ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     watch_turn turn;

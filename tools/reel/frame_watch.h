@@ -21,6 +21,9 @@
 // touched after it, are old. No clock tells that, for clocks differ between machines: it is the
 // state of the folder when start_watch was called.
 //
+// Numbers may be shorter or longer than a pattern or an example says ("shot01.png" for
+// shot####.png): renderers have rules of their own. A folder's first frame decides for all.
+//
 // A folder's frames become known with the first of them: then watch.frames.known is set, and
 // watch.frames.description says what was understood.
 #pragma once
@@ -72,6 +75,7 @@ struct seen_file {
 
 struct frame_watch {
     watched_frames frames;
+    frame_pattern any_padding; // that of the frames, with numbers of any length
     watch_options options;
     std::vector<std::string> notes; // what the user should know; the caller takes them out
     int fd = -1;                    // readable when there may be something; -1: nothing tells
@@ -83,6 +87,7 @@ struct frame_watch {
     bool has_inodes = false;        // inode numbers stay the same
     bool noted_others = false;      // another sequence in the folder
     bool noted_doubles = false;     // a frame under two names
+    bool noted_padding = false;     // a number of another length than the pattern says
     std::uint64_t folder_inode = 0;
     std::uint64_t folder_device = 0;
     std::map<std::string, seen_file, std::less<>> files; // by name

@@ -27,9 +27,9 @@ namespace {
 
 constexpr std::size_t most_asked = 2; // frames at a time in the loader
 constexpr int player_limit_ms = 5000; // for the last frame, or for the player to end
+constexpr int reader_limit_ms = 1000; // for who reads our messages to take one
 constexpr int signal_status = 128;    // exit status of who ended by a signal, and its number
 constexpr int line_period_ms = 1000;  // of the line on the terminal: the time to go changes
-constexpr std::int64_t most_number = 999'999'999'999'999'999; // what file names can hold
 
 struct preview_run {
     const preview_options &options;
@@ -95,11 +95,6 @@ int find_range(preview_run &run) {
         report("it is not known which frames there will be: --frames A-B tells");
         return -1;
     }
-    if (run.range.range.first < -most_number || run.range.range.last > most_number ||
-        run.range.step > most_number) {
-        report("frames %s: numbers have at most 18 digits", range_text(run.range).c_str());
-        return -1;
-    }
     const std::string what = run.has_pixels() ? "standard input" : run.frames.description;
     report("preview of %s, frames %s (%lld, from %s)", what.c_str(), range_text(run.range).c_str(),
            static_cast<long long>(count_selected(run.range)), how.c_str());
@@ -140,12 +135,17 @@ int open_input(preview_run &run, std::string *fault) {
     return start_loader(run.loader, images, nullptr, fault);
 }
 
-// Our own signals come through a descriptor from here on; before any thread is started.
+// Our own signals come through a descriptor from here on, even those that are ignored; before any
+// thread is started. Whoever has us ignore a hang-up (nohup) wants the rendering to go on. Interrupts
+// are ignored by all that a script starts in the background: one that comes is meant.
 int take_signals(preview_run &run, std::string *fault) {
     sigset_t taken;
     sigemptyset(&taken);
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
         sigaddset(&taken, number);
+    struct sigaction hang_up {};
+    if (sigaction(SIGHUP, nullptr, &hang_up) == 0 && hang_up.sa_handler == SIG_IGN)
+        sigdelset(&taken, SIGHUP);
     sigprocmask(SIG_BLOCK, &taken, nullptr);
     run.signal_fd = signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
     if (run.signal_fd < 0)
@@ -155,7 +155,9 @@ int take_signals(preview_run &run, std::string *fault) {
 
 int start_run(preview_run &run) {
     std::string fault;
-    std::signal(SIGPIPE, SIG_IGN); // who stops reading our messages does not end the rendering
+    // Who stops reading our messages neither ends the rendering nor holds it up.
+    std::signal(SIGPIPE, SIG_IGN);
+    limit_report_wait(reader_limit_ms);
     run.rate = run.options.rate.value_or(default_rate);
     if (!run.has_pixels() && understand_frames(run.options.input, run.frames, &fault) != 0) {
         report("%s", fault.c_str());

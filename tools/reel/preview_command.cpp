@@ -5,6 +5,7 @@
 #include "tools/reel/report.h"
 
 #include <memory>
+#include <utility>
 
 namespace reel {
 
@@ -15,6 +16,7 @@ constexpr int most_grace_seconds = 3600;
 // The command line as it is given.
 struct preview_words {
     preview_options options;
+    std::vector<std::string> unmarked; // what follows the frames, but no --
     bool is_watching = false;
     bool standard_input = false;
     raw_format format = raw_format::rgb24;
@@ -27,7 +29,7 @@ const char *find_preview_conflict(const preview_words &words) {
     if (words.standard_input) {
         const bool has_size =
             words.size.has_value() && words.size->width > 0 && words.size->height > 0;
-        if (!words.options.input.empty() || words.is_watching)
+        if (!words.options.input.empty() || !words.options.command.empty() || words.is_watching)
             return "--stdin takes the place of files and of a renderer's command";
         if (words.format != raw_format::y4m && !has_size)
             return "raw pixels need --size WxH, the size that they come in";
@@ -35,6 +37,9 @@ const char *find_preview_conflict(const preview_words &words) {
     }
     if (words.options.input.empty())
         return "which frames? Give a pattern, a folder or one frame";
+    if (!words.unmarked.empty())
+        return "one pattern, folder or frame stands for all frames; the renderer's command comes "
+               "after --";
     if (words.is_watching && !words.options.command.empty())
         return "--watch takes no command";
     if (!words.is_watching && words.options.command.empty())
@@ -62,7 +67,8 @@ void add_input_options(CLI::App &app, preview_words &words) {
                    "The frames that come: a pattern (shot####.png, shot.%04d.exr), a folder or one "
                    "frame of the sequence")
         ->type_name("FRAMES");
-    app.add_option("command", words.options.command, "The renderer's command, after --")
+    // Told here, but taken off the words before they are parsed: there is none without the mark.
+    app.add_option("command", words.unmarked, "The renderer's command, after --")
         ->type_name("-- COMMAND");
     app.add_flag("--watch", words.is_watching, "Start nothing: the renderer runs already");
     app.add_flag("--keep-old", words.options.keep_old,
@@ -88,8 +94,9 @@ void add_window_options(CLI::App &app, preview_words &words) {
                  "The window of a final render: frames are shown, there is no flip-book");
     app.add_flag("--no-window", options.without_window,
                  "No window: progress is a line on the terminal");
-    app.add_option("--player", options.player,
-                   "The player (default: the one beside reel, else along PATH)")
+    app.add_option(
+           "--player", options.player,
+           "The player (default: what REEL_PLAYER says, the one beside reel, or along PATH)")
         ->type_name("PROGRAM");
     app.add_option_function<int>(
            "--fps", [&options](int rate) { options.rate = rate; },
@@ -110,8 +117,9 @@ void add_window_options(CLI::App &app, preview_words &words) {
 
 } // namespace
 
-command_runner describe_preview(CLI::App &app) {
+command_runner describe_preview(CLI::App &app, std::vector<std::string> renderer) {
     const auto words = std::make_shared<preview_words>();
+    words->options.command = std::move(renderer);
     words->options.threshold = default_threshold;
     add_input_options(app, *words);
     add_frames_option(app, words->options.frames,

@@ -1,5 +1,7 @@
 #include "tools/reel/progress.h"
 
+#include "tools/reel/report.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -25,11 +27,13 @@ int terminal_columns() {
 
 void show(progress &meter) {
     const double seconds = progress_seconds(meter);
-    if (meter.terminal)
+    if (meter.terminal) {
+        note_open_line(false); // it is written over
         std::fprintf(stderr, "%s\r%s\033[K\n", meter.visible ? "\033[A" : "",
                      format_progress(meter, seconds, terminal_columns()).c_str());
-    else
-        std::fprintf(stderr, "reel: %s\n", format_progress(meter, seconds, 0).c_str());
+    } else {
+        report("%s", format_progress(meter, seconds, 0).c_str());
+    }
     std::fflush(stderr);
     meter.visible = meter.terminal;
 }

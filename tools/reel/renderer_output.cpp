@@ -95,6 +95,8 @@ void pass_on(renderer_output &output, steady_time now) {
         if (taken > 0) {
             output.passed += static_cast<std::size_t>(taken);
             output.last_taken = now;
+            if (output.is_beside_reports)
+                note_open_line(output.waiting[output.passed - 1] != '\n');
         }
     }
     if (output.passed * 2 >= output.waiting.size()) {
@@ -224,6 +226,8 @@ int open_output(int stream, renderer_output &output) {
     output.from = ends[0];
     (void)::fcntl(output.from, F_SETFL, O_NONBLOCK);
     output.to = open_own_stream(stream);
+    output.is_beside_reports =
+        stream == STDERR_FILENO || (::isatty(stream) == 1 && ::isatty(STDERR_FILENO) == 1);
     update_polling(output, std::chrono::steady_clock::now());
     return ends[1];
 }

@@ -34,6 +34,7 @@ struct renderer_output {
     int fd = -1;   // to poll for reading: there is something to do; -1: all is over
     int from = -1; // our end of its pipe; -1: it was closed
     int to = -1;   // our own stream; -1: nobody reads it
+    bool is_beside_reports = false; // our stream is that of reports, too
     bool is_from_polled = false;
     bool is_to_polled = false;
     std::string waiting; // read, and from `passed` on not passed on yet

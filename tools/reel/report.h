@@ -17,4 +17,11 @@ void report(const char *format, ...) __attribute__((format(printf, 1, 2)));
 // The same for something worth knowing that stops nothing: "reel: note: ...".
 void report_note(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
+// From now on a report is lost whose reader takes nothing for so long: others wait for us.
+void limit_report_wait(int milliseconds);
+
+// Standard error is not ours alone: whether somebody else has written there and not ended the line.
+// The next report does that then.
+void note_open_line(bool is_open);
+
 } // namespace reel

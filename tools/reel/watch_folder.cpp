@@ -11,7 +11,7 @@ namespace reel {
 namespace {
 
 // File systems on which other machines, or programs behind them, write without our system knowing.
-constexpr std::array<std::uint32_t, 17> untold_file_systems = {
+constexpr std::array<std::uint32_t, 21> untold_file_systems = {
     0x00006969, // nfs
     0x0000517b, // smb
     0xff534d42, // cifs
@@ -27,6 +27,10 @@ constexpr std::array<std::uint32_t, 17> untold_file_systems = {
     0x7461636f, // ocfs2
     0x01161970, // gfs2
     0x47504653, // gpfs
+    0x19830326, // fhgfs, beegfs
+    0xaad7aaea, // panfs
+    0xbeefdead, // snfs
+    0x7c7c6673, // folders of a virtual machine's host
     0x786f4256, // folders of a virtual machine's host
     0xbacbacbc, // folders of a virtual machine's host
 };

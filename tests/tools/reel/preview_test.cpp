@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <fstream>
+#include <sstream>
+#include <sys/stat.h>
 #include <thread>
 
 namespace reel {
@@ -60,19 +62,35 @@ char state_of(pid_t process) {
     return at != std::string::npos && text[at + 2] != 'Z' ? text[at + 2] : '\0';
 }
 
-template <typename condition> bool comes_true(condition holds, int limit_ms = 10000) {
-    const auto end = steady_clock::now() + milliseconds(limit_ms);
+// Whether a process is told what happens in a folder: what is there already is old for it.
+bool is_watching(pid_t process, const std::string &path) {
+    struct stat status {};
+    EXPECT_EQ(0, ::stat(path.c_str(), &status));
+    std::ostringstream mark;
+    mark << " ino:" << std::hex << status.st_ino << ' ';
+    std::error_code gone;
+    const std::string all = "/proc/" + std::to_string(process) + "/fdinfo";
+    for (const auto &each : std::filesystem::directory_iterator(all, gone))
+        if (contains(read_bytes(each.path()), mark.str()))
+            return true;
+    return false;
+}
+
+template <typename condition> bool comes_true(condition holds) {
+    const auto end = steady_clock::now() + std::chrono::seconds(30);
     while (!holds() && steady_clock::now() < end)
         std::this_thread::sleep_for(milliseconds(5));
     return holds();
 }
 
-// Of renderers: put N [AS] moves picture N into its place, copy N [AS] writes it there.
+// Of renderers: put N [AS] moves picture N into its place, copy N [AS] writes it there; told TEXT waits
+// until reel has said that.
 constexpr const char *script_words = R"sh(#!/bin/sh
 in=${0%/*}/in out=${0%/*}/out
 name() { printf '%s/shot%04d.ppm' "$out" "$1"; }
 copy() { cp "$in/$1.ppm" "$(name "${2-$1}")"; }
 put() { cp "$in/$1.ppm" "$out/.new" && mv "$out/.new" "$(name "${2-$1}")"; }
+told() { for i in $(seq 1000); do ! grep -q "$1" /proc/$PPID/fd/2 || return 0; sleep 0.02; done; }
 )sh";
 
 class preview_test : public testing::Test {
@@ -117,7 +135,7 @@ protected:
     [[nodiscard]] bool is_all_gone() const {
         renderer_process renderer;
         renderer.process = renderer_process_number();
-        return comes_true([&] { return surviving_processes(renderer).empty(); }, 2000);
+        return comes_true([&] { return surviving_processes(renderer).empty(); });
     }
     [[nodiscard]] std::string pattern() const { return folder / "out/shot####.ppm"; }
     [[nodiscard]] std::string film() const { return folder / "kept.reel"; }
@@ -200,6 +218,10 @@ TEST_F(preview_test, renderers_as_they_are) {
          0,
          {"its frame is not one of 1-4\n"},
          {1, 2, 3, 4}},
+        {"printf 'half a line' >&2; put 9; for n in 1 2 3 4; do put $n; done",
+         0,
+         {"half a line\nreel: note: "},
+         {1, 2, 3, 4}},
         {"for n in 1 2 3 5 7 9; do put $n; done",
          0,
          {"frames 1-9x2 (5, from --frames)", "shot0002.ppm: its frame is not one of 1-9x2\n"},
@@ -217,8 +239,12 @@ TEST_F(preview_test, renderers_as_they_are) {
          {1, 2, 3, 4},
          {"--no-window", "--frames", "998-1001"},
          "out/shot%03d.ppm"},
+        {"for n in 1 2 3 4; do cp $in/$n.ppm $out/shot0$n.ppm; done",
+         0,
+         {"shot01.ppm counts as frame 1 of "},
+         {1, 2, 3, 4}},
         // A folder that comes with its first frame; and another sequence beside it.
-        {"mkdir $out/new; out=$out/new; put 1; sleep 1.2; cp $in/9.ppm $out/other0001.ppm\n"
+        {"mkdir $out/new; out=$out/new; put 1; told new/shot; cp $in/9.ppm $out/other0001.ppm\n"
          "for n in 2 3 4; do put $n; done",
          0,
          {"new/shot####.ppm\n", "other0001.ppm is none of "},
@@ -267,7 +293,7 @@ TEST_F(preview_test, a_million_lines) {
     const auto begin = steady_clock::now();
     const outcome got = run(rendering({"--no-window", "--frames", "1-2"},
                                       "put 1; seq 500000; put 2; seq 500000 >&2; exit 9"));
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(20));
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(60));
     EXPECT_EQ(9, got.status);
     EXPECT_EQ(3388895U, got.out.size());
     EXPECT_LT(3388895U, got.err.size());
@@ -287,6 +313,13 @@ TEST_F(preview_test, ranges_and_mistakes) {
     EXPECT_TRUE(contains(got.err, "frames 2-4 (3, from blender -s 2 -e 4)")) << got.err;
     EXPECT_EQ((std::vector{2, 3, 4}), pictures_of(film()));
 
+    // A renderer's words reach it as they are.
+    call = rendering({"--no-window", "--frames", "1-1"}, "put 1; printf '<%s>' \"$@\"");
+    call.insert(call.end(), {"[out]", "[a,b]", "", "--", "{}", "--fps"});
+    got = run(call);
+    EXPECT_EQ(0, got.status) << got.err;
+    EXPECT_EQ("<[out]><[a,b]><><--><{}><--fps>", got.out);
+
     const struct {
         arguments words;
         int status;
@@ -297,6 +330,9 @@ TEST_F(preview_test, ranges_and_mistakes) {
         {{"--frames", "1-4", pattern()}, 2, "--watch"},
         {{"--frames", "1-4", "--watch", pattern(), "--", "true"}, 2, "--watch takes no command"},
         {{"--frames", "4-1", pattern(), "--", "true"}, 2, "--frames"},
+        {{"--frames", "1-4", "--", "true"}, 2, "which frames?"},
+        {{"--frames", "1-4", pattern(), "true"}, 2, "the renderer's command comes after --"},
+        {{"--frames", "1-4", "--stdin", "--size", "4x4", "--", "true"}, 2, "--stdin"},
         {{"--frames", "1-4", "--stdin"}, 2, "--size"},
         {{"--frames", "1-4", "--stdin", "--size", "4x4", pattern()}, 2, "--stdin"},
         {{"--frames", "1-4", "out.png", "--", "true"}, 2, "no frame number in this name"},
@@ -369,8 +405,7 @@ TEST_F(preview_test, standard_input) {
 TEST_F(preview_test, somebody_elses_renderer) {
     const pid_t program =
         start_program(logs, words({"--no-window", "--watch", "--frames", "1-3"}, pattern()));
-    wait_for_text("preview of");
-    std::this_thread::sleep_for(milliseconds(300)); // what is there already is old
+    ASSERT_TRUE(comes_true([&] { return is_watching(program, folder / "out"); }));
     const std::string script = write_renderer("put 3; copy 1; sleep 0.2; head -c 50 $in/2.ppm "
                                               ">$(name 2); sleep 0.2; copy 2");
     EXPECT_EQ(0, std::system(script.c_str()));
@@ -384,9 +419,9 @@ TEST_F(preview_test, interrupts) {
         std::string script;
         int most_ms;
     } cases[] = {
-        {"put 1; trap 'echo saved >&2; exit 5' INT; echo ready >&2; sleep 30 & wait", 3000},
-        {"put 1; trap '' INT; echo ready >&2; sleep 30", 3000},
-        {"put 1; trap '' INT TERM; echo ready >&2; (sleep 30) & sleep 30", 7000},
+        {"put 1; trap 'echo saved >&2; exit 5' INT; echo ready >&2; sleep 60 & wait", 20000},
+        {"put 1; trap '' INT; echo ready >&2; sleep 60", 20000},
+        {"put 1; trap '' INT TERM; echo ready >&2; (sleep 60) & sleep 60", 30000},
     };
     for (const auto &each : cases) {
         SCOPED_TRACE(each.script);
@@ -407,6 +442,9 @@ TEST_F(preview_test, interrupts) {
 
 TEST_F(preview_test, users) {
     const std::string all = "for n in 1 2 3 4 5; do put $n; sleep 0.1; done";
+    const auto after_2 = [](const std::string &text) { // once the user has done something
+        return "put 1; put 2; told '" + text + "'; put 3; put 4; put 5";
+    };
     const struct {
         std::string orders;
         std::string script;
@@ -417,14 +455,14 @@ TEST_F(preview_test, users) {
         {"linger=0", all, 0, {}, {}},
         {"ok=0", all, 0, {}, {"--render"}},
         {"pause@2=600",
-         all,
+         after_2("paused: "),
          0,
          {"paused: the renderer is stopped\n", "the rendering goes on\n"},
          {}},
         {"cancel@2", "put 1; put 2; sleep 30", 3, {"cancelled\n"}, {}},
         {"cancel@2", "put 1; put 2; trap 'exit 0' INT; sleep 30 & wait", 3, {"cancelled\n"}, {}},
-        {"quit@2", all, 0, {"the window is gone ("}, {}},
-        {"die@3", all, 0, {"the window is gone ("}, {"--render"}},
+        {"quit@2", after_2("window is gone"), 0, {"the window is gone ("}, {}},
+        {"die@2", after_2("window is gone"), 0, {"the window is gone ("}, {"--render"}},
         {"refuse@2 slow@3=300 rest@4=300", all, 0, {}, {}},
         {"exit=1", all, 0, {"there is no window (", "the rendering goes on\n"}, {}},
         // Out of order: the last number ends a preview, and is shown last.

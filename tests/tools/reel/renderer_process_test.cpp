@@ -74,7 +74,10 @@ protected:
     int polls = 0;
     std::ptrdiff_t descriptors = count_descriptors();
 
-    void SetUp() override { renderer.grace = {milliseconds(200), milliseconds(200)}; }
+    // What is not to be waited for ends long before its grace is over, on a slow machine too.
+    static constexpr milliseconds short_grace{200}, ample_grace{20000};
+
+    void SetUp() override { renderer.grace = {short_grace, ample_grace}; }
     void TearDown() override {
         const pid_t guard = renderer.guard;
         if (renderer.process > 0)
@@ -293,7 +296,8 @@ TEST_F(renderer_test, stops_and_continues_all_of_its_group) {
         const std::vector<pid_t> all = surviving_processes(renderer);
         return all.size() >= 2 && std::all_of(all.begin(), all.end(), is_stopped);
     };
-    EXPECT_TRUE(comes_true(is_all_stopped, 2000));
+    EXPECT_TRUE(comes_true(is_all_stopped));
+    std::this_thread::sleep_for(milliseconds(50)); // a write that had begun is done
     const std::string ticks = read_bytes(folder / "ticks");
     std::this_thread::sleep_for(milliseconds(100));
     EXPECT_EQ(ticks, read_bytes(folder / "ticks"));
@@ -325,8 +329,10 @@ TEST_F(renderer_test, ends_step_by_step) {
         SCOPED_TRACE(each.traps);
         std::filesystem::remove(folder / "ready");
         renderer = {};
-        renderer.grace.after_interrupt = milliseconds(each.is_hurried ? 60000 : 200);
-        renderer.grace.after_terminate = milliseconds(200);
+        const bool ends_at_once = each.is_hurried || each.last_step == ending_step::interrupted;
+        renderer.grace.after_interrupt = ends_at_once ? ample_grace : short_grace;
+        renderer.grace.after_terminate =
+            each.last_step == ending_step::terminated ? ample_grace : short_grace;
         start(each.traps + "; echo x > $1/ready; while :; do sleep 0.02; done");
         wait_for_file("ready");
         const auto begin = steady_clock::now();
@@ -334,7 +340,7 @@ TEST_F(renderer_test, ends_step_by_step) {
         if (each.is_hurried)
             end_renderer(renderer);
         run_to_end();
-        EXPECT_LT(steady_clock::now() - begin, milliseconds(5000));
+        EXPECT_LT(steady_clock::now() - begin, ample_grace);
         EXPECT_EQ(each.status, renderer.exit_status);
         EXPECT_EQ(each.last_step, renderer.ending);
         EXPECT_TRUE(surviving_processes(renderer).empty());
@@ -345,7 +351,7 @@ TEST_F(renderer_test, ends_step_by_step) {
 TEST_F(renderer_test, does_not_wait_for_children_that_outlive_it) {
     const auto begin = steady_clock::now();
     run("sleep 60 & echo $!; exit 4");
-    EXPECT_LT(steady_clock::now() - begin, children_grace + milliseconds(3000));
+    EXPECT_LT(steady_clock::now() - begin, children_grace + milliseconds(30000));
     EXPECT_EQ(4, renderer.exit_status);
     const std::vector<pid_t> left = surviving_processes(renderer);
     ASSERT_EQ(1U, left.size());
@@ -375,9 +381,9 @@ TEST_F(renderer_test, is_not_left_stopped_when_we_are_killed) {
     ASSERT_EQ(sizeof both, bytes.size());
     std::copy(bytes.begin(), bytes.end(), reinterpret_cast<char *>(both));
     const std::size_t before = read_bytes(ticks).size();
-    EXPECT_TRUE(comes_true([&] { return !is_stopped(both[0]); }, 1000));
-    EXPECT_TRUE(comes_true([&] { return read_bytes(ticks).size() > before + 10; }, 3000));
-    EXPECT_TRUE(comes_true([&] { return is_gone(both[1]); }, 1000));
+    EXPECT_TRUE(comes_true([&] { return !is_stopped(both[0]); }));
+    EXPECT_TRUE(comes_true([&] { return read_bytes(ticks).size() > before + 10; }));
+    EXPECT_TRUE(comes_true([&] { return is_gone(both[1]); }));
     ::kill(-both[0], SIGKILL);
 }
 
@@ -392,7 +398,7 @@ TEST_F(renderer_test, has_a_guard_that_holds_nothing_of_ours) {
         return !error && std::distance(all, {}) == 1;
     }));
     EXPECT_TRUE(
-        comes_true([&] { return look_at_process(renderer.guard).second == renderer.guard; }, 1000));
+        comes_true([&] { return look_at_process(renderer.guard).second == renderer.guard; }));
     ::kill(renderer.guard, SIGTERM); // as whoever ends all our processes does
     EXPECT_FALSE(comes_true([&] { return is_gone(renderer.guard); }, 100));
     end_renderer(renderer);
