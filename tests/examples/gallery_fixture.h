@@ -31,6 +31,7 @@ protected:
 
     gallery_fixture() {
         directory = testing::TempDir() + "gallery_test_" + std::to_string(getpid());
+        std::filesystem::remove_all(directory); // of a test that was killed
         std::filesystem::create_directory(directory);
     }
     ~gallery_fixture() override {

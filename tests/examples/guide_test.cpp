@@ -162,6 +162,7 @@ TEST_F(guide_test, fields) {
 TEST_F(guide_test, files) {
     const fs::path came_from = fs::current_path();
     const fs::path folder = testing::TempDir() + "guide_test_" + std::to_string(getpid());
+    fs::remove_all(folder); // of a test that was killed
     fs::create_directory(folder);
     fs::current_path(folder);
     open("files");

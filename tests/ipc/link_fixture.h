@@ -3,10 +3,12 @@
 
 #include "ipc/link_sockets.h"
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
@@ -52,10 +54,15 @@ struct link_pair {
             close(end);
         end = -1;
     }
+    // When this returns, the near end knows of it.
     void reset_far() {
         const linger at_once{1, 0};
         setsockopt(far, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
         close_end(far);
+        pollfd end{near, 0, 0};
+        while (poll(&end, 1, 5000) < 0 && errno == EINTR) {
+        }
+        EXPECT_NE(end.revents & POLLHUP, 0);
     }
     void send_far(std::string_view bytes) const {
         EXPECT_EQ(send(far, bytes.data(), bytes.size(), MSG_NOSIGNAL),

@@ -56,7 +56,7 @@ struct some_file {
 };
 
 bool ends_soon(pid_t process) {
-    for (int i = 0; i < 500 && is_child_running(process); i++)
+    for (int i = 0; i < 2000 && is_child_running(process); i++)
         std::this_thread::sleep_for(10ms);
     return !is_child_running(process);
 }
@@ -272,34 +272,34 @@ TEST_F(ProcessLink, TakesInitDataWithinTheFirstSecond) {
         std::chrono::milliseconds least;
     } cases[] = {
         {header_with(101), 0ms, false, 1, "", 0ms},
-        {header_with(101), 400ms, false, 1, "", 400ms},
+        {header_with(101), 200ms, false, 1, "", 200ms},
         {header_with(400), 0ms, false, 0,
          "getinitdata: Invalid init from parent, received 400 instead\n", 0ms},
         {header_with(101).substr(0, 9), 0ms, false, -1,
          "readbuf: read failure: Connection timed out\nreadsockdata: Error reading datacmd.\n"
          "getinitdata: Error reading init data\n",
          1000ms},
-        {header_with(101), 2000ms, false, -1, "", 4900ms}, // too late
-        {header_with(101), 2000ms, true, 1, "", 2500ms},   // the signal had it look again
+        {header_with(101), 3000ms, false, -1, "", 4900ms}, // too late
+        {header_with(101), 3000ms, true, 1, "", 3500ms},   // the signal had it look again
     };
     for (const auto &c : cases) {
         const link_pair link;
         socket_record record;
         ASSERT_EQ(sendinitrequest(102, 17, link.near, record), 0);
         EXPECT_EQ(record.datacmd, (decltype(record.datacmd){102, 17, anybody, anybody, 3, 300}));
+        struct sigaction act {};
+        act.sa_handler = [](int) {};
+        sigaction(SIGUSR1, &act, nullptr);
+        const auto start = std::chrono::steady_clock::now();
         std::thread parent([&] {
             std::this_thread::sleep_for(c.after);
             link.send_far(c.bytes);
         });
-        struct sigaction act {};
-        act.sa_handler = [](int) {};
-        sigaction(SIGUSR1, &act, nullptr);
         std::thread signals([&, self = pthread_self()] {
             std::this_thread::sleep_for(c.interrupted ? c.after + 500ms : 0ms);
             if (c.interrupted)
                 pthread_kill(self, SIGUSR1);
         });
-        const auto start = std::chrono::steady_clock::now();
         int result = -7;
         EXPECT_EQ(errors_of([&] { result = getinitdata(102, 17, link.near, record); }), c.errors);
         EXPECT_EQ(result, c.result);

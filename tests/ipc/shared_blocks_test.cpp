@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/shm.h>
 #include <sys/wait.h>
 
@@ -157,7 +158,9 @@ TEST_F(SharedBlocks, AreRemovedByTheLastOfTwoProcesses) {
         void *const block = shmem_malloc(100, &key, &id);
         ASSERT_NE(block, null);
         const pid_t other = fork();
+        ASSERT_GE(other, 0); // else the wait for it never ends
         if (other == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // it waits for us
             volatile char *const shared = static_cast<char *>(block);
             shared[0] = 1;
             while (shared[0] == 1)

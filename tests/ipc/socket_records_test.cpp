@@ -10,6 +10,7 @@
 #include <limits>
 #include <random>
 #include <set>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <thread>
 
@@ -196,12 +197,12 @@ TEST(SocketRecords, GiveUpOnPeersThatStallOrReset) {
             link_pair link;
             socket_record got;
             link.send_far(some_bytes.substr(0, field_ends[field] - 1));
+            const auto start = std::chrono::steady_clock::now();
             std::thread other([&] {
                 std::this_thread::sleep_for(20ms);
                 if (resets)
                     link.reset_far();
             });
-            const auto start = std::chrono::steady_clock::now();
             int result = 0;
             const std::string why =
                 resets ? "Connection reset by peer\n" : "Connection timed out\n";
@@ -295,8 +296,13 @@ TEST(SocketRecords, TellWhichFieldCouldNotBeSent) {
             EXPECT_EQ(over, text + ": Connection timed out\n");
 
             tight_pair ending(before);
-            std::thread other([&] {
-                std::this_thread::sleep_for(20ms);
+            std::thread other([&] { // once it has taken what it takes
+                int taken = 0;
+                for (int i = 0; i < 5000 && static_cast<std::size_t>(taken) < got.size(); i++) {
+                    std::this_thread::sleep_for(1ms);
+                    ioctl(ending.far, FIONREAD, &taken);
+                }
+                std::this_thread::sleep_for(5ms); // as a rule, more waits by then
                 link_pair::close_end(ending.far);
             });
             const std::string gone = errors_of([&] { result = sendsockdata(ending.near, record); });

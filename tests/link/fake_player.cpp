@@ -3,10 +3,13 @@
 //
 //   exit=N mute garbage kill silent   does not link itself: ends, waits, talks nonsense, refuses,
 //                                     has no window
-//   alarm=N                           is ended by a signal after N microseconds
+//   silent=MS                         has no window, and ends
+//   alarm=N linked_alarm=N            is ended by a signal N microseconds after its start, after
+//                                     it was linked
 //   size=WxH                          shows frames in this size
 //   pause@N=MS cancel@N quit@N die@N stop@N refuse@N slow@N=MS rest@N=MS
-//                                     when frame N comes; slow: to be copied, rest: afterwards
+//                                     when frame N comes; slow: to be copied, rest: afterwards;
+//                                     pause and slow without a number: until SIGUSR1 comes
 //   ok=MS linger=MS                   after the last frame: OK is pressed; the preview plays
 #include "ipc/process_link.h"
 #include "ipc/session_codes.h"
@@ -17,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <map>
 #include <sstream>
 #include <string>
@@ -48,6 +52,46 @@ bool is_told(const char *word, int frame) {
 
 void sleep_for(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+// So long, or until the signal that was held since the start.
+void wait_as_told(const std::string &word) {
+    sigset_t awaited;
+    sigemptyset(&awaited);
+    sigaddset(&awaited, SIGUSR1);
+    constexpr timespec most{20, 0}; // if it never comes
+    if (orders[word] > 0)
+        sleep_for(orders[word]);
+    else
+        sigtimedwait(&awaited, nullptr, &most);
+}
+
+void set_alarm(int microseconds) {
+    const itimerval time{{0, 0}, {0, microseconds}};
+    setitimer(ITIMER_REAL, &time, nullptr);
+}
+
+// A page that is not there though it is mapped: tells which, and then ends by the same signal.
+void tell_fault(int signal, siginfo_t *info, void *) {
+    const int log = fileno(log_file);
+    dprintf(log, "bus error, code %d, at %p\n", info->si_code, info->si_addr);
+    const int maps = open("/proc/self/maps", O_RDONLY);
+    char part[4096];
+    for (ssize_t n = 0; (n = read(maps, part, sizeof part)) > 0;)
+        (void)!write(log, part, static_cast<std::size_t>(n));
+    close(maps);
+    raise(signal);
+}
+
+void prepare_signals() {
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, SIGUSR1);
+    sigprocmask(SIG_BLOCK, &held, nullptr);
+    struct sigaction act {};
+    act.sa_sigaction = tell_fault;
+    act.sa_flags = static_cast<int>(SA_SIGINFO | SA_RESETHAND);
+    sigaction(SIGBUS, &act, nullptr);
 }
 
 void read_orders() {
@@ -97,14 +141,14 @@ void take_frame(int key, int bytes, int frame) {
     status[ipc::status_busy] = 1;
     status[ipc::status_taken] = 1;
     if (is_told("slow", frame))
-        sleep_for(orders["slow@" + std::to_string(frame)]);
+        wait_as_told("slow@" + std::to_string(frame));
     std::uint32_t sum = 0, word = 0;
     for (int at = 0; at < bytes; at += 4) {
         std::memcpy(&word, static_cast<char *>(block.address) + at, 4);
         sum = sum * 31 + word;
     }
-    status[ipc::status_busy] = 0;
     std::fprintf(log_file, "frame %d %d %08x\n", frame, bytes, static_cast<unsigned>(sum));
+    status[ipc::status_busy] = 0; // who sees that finds the line
 }
 
 // What the user does when this frame is there.
@@ -112,7 +156,7 @@ void obey(int frame) {
     const std::string number = "@" + std::to_string(frame);
     if (is_told("pause" + number)) {
         status[ipc::status_state] = ipc::state_paused;
-        sleep_for(orders["pause" + number]);
+        wait_as_told("pause" + number);
         status[ipc::status_state] = ipc::state_resumed;
     }
     if (is_told("rest" + number))
@@ -202,8 +246,8 @@ void begin(int socket, ipc::socket_record &message) {
 int main(int argc, char **argv) {
     read_orders();
     (void)!std::freopen("/dev/null", "w", stderr); // that it fails is what it is for
-    const itimerval alarm_time{{0, 0}, {0, orders["alarm"]}};
-    setitimer(ITIMER_REAL, &alarm_time, nullptr);
+    prepare_signals();
+    set_alarm(orders["alarm"]);
     if (is_told("exit"))
         return orders["exit"];
     if (is_told("mute"))
@@ -215,8 +259,12 @@ int main(int argc, char **argv) {
     begin(socket, message);
     if (status == nullptr)
         leave(1);
-    if (is_told("silent"))
-        sleep_for(20000);
+    if (is_told("silent")) {
+        sleep_for(orders["silent"] > 0 ? orders["silent"] : 20000);
+        leave(1);
+    }
+    if (is_told("linked_alarm"))
+        set_alarm(orders["linked_alarm"]);
     send(socket, ipc::code_pid, {getpid()});
     while (ipc::readsockdata(socket, message) == 0 && message.numof_cmds != 0)
         handle(socket, message);

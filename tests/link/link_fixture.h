@@ -7,12 +7,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -35,6 +38,7 @@ protected:
         session.height = 4;
         session.count = 6;
         session.player = FAKE_PLAYER_PROGRAM;
+        session.start_limit = 20'000; // on a busy machine
     }
     void TearDown() override {
         reel_link_free(link);
@@ -45,7 +49,7 @@ protected:
     // Waits for a player that is leaving.
     [[nodiscard]] static bool are_segments_gone() {
         for (int tries = 0; has_own_namespace() && count_segments() != 0; ++tries, ::usleep(10000))
-            if (tries == 300)
+            if (tries == 1000)
                 return false;
         return true;
     }
@@ -73,6 +77,21 @@ protected:
     [[nodiscard]] std::string log() const {
         std::ifstream file(log_);
         return {std::istreambuf_iterator<char>(file), {}};
+    }
+    // What it has told of a bus error.
+    [[nodiscard]] std::string fault() const {
+        const std::string met = log();
+        return met.substr(std::min(met.rfind("bus error"), met.size()));
+    }
+    // The user of a player that was told to wait goes on.
+    void go_on() const {
+        EXPECT_EQ(::kill(static_cast<pid_t>(reel_link_player_process(link)), SIGUSR1), 0);
+    }
+    // Waits for the player to be stopped, or to have ended; that is still to be told then.
+    static void await_rest(long player) {
+        siginfo_t found{};
+        EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(player), &found, WSTOPPED | WEXITED | WNOWAIT),
+                  0);
     }
     // Waits for the player to have met something.
     [[nodiscard]] bool is_logged(const std::string &line) const {

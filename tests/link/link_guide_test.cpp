@@ -30,7 +30,7 @@ TEST(LinkGuide, ItsRendererRuns) {
     constexpr renderer_case cases[] = {
         {"", "ok=0", 0, "all frames rendered\n"},
         {"preview", "linger=0 size=100x50", 0, "all frames rendered\n"},
-        {"", "pause@3=100", 0, "paused\nresumed\nall frames rendered\n"},
+        {"", "pause@3=1000", 0, "paused\nresumed\nall frames rendered\n"},
         {"", "cancel@4", 3, "cancelled\n"},
         {"", "quit@4", 0, "the user has closed the player\n"},
         {"", "die@4", 0, "signal 9 (Killed)\n"},

@@ -50,7 +50,7 @@ TEST_F(link_test, ARenderIsShownFrameByFrameUntilItsUserClosesIt) {
 
 TEST_F(link_test, APreviewGoesOnWithoutUs) {
     session.kind = REEL_LINK_PREVIEW;
-    ASSERT_EQ(start("linger=300"), REEL_LINK_OK) << text();
+    ASSERT_EQ(start("linger=2000"), REEL_LINK_OK) << text();
     EXPECT_EQ(send_to(6), REEL_LINK_OK);
     EXPECT_EQ(reel_link_wait(link, 5000), REEL_LINK_FINISHED);
     EXPECT_EQ(text(), "the preview is complete and goes on at the user's");
@@ -60,24 +60,26 @@ TEST_F(link_test, APreviewGoesOnWithoutUs) {
     EXPECT_TRUE(is_logged("played"));
     // Nothing stays to be waited for, once there is another session.
     session.kind = REEL_LINK_RENDER;
-    ::usleep(50000);
+    await_rest(player);
     ASSERT_EQ(start(""), REEL_LINK_OK) << text();
     EXPECT_FALSE(is_alive(player));
 }
 
 TEST_F(link_test, EveryPauseIsToldOnce) {
-    ASSERT_EQ(start("pause@2=150 pause@3=150"), REEL_LINK_OK) << text();
+    ASSERT_EQ(start("pause@2 pause@3"), REEL_LINK_OK) << text();
     ASSERT_EQ(send_to(2), REEL_LINK_OK);
     EXPECT_EQ(reel_link_wait(link, 5000), REEL_LINK_PAUSED);
     EXPECT_EQ(reel_link_wait(link, 0), REEL_LINK_OK); // nothing new
     EXPECT_EQ(send(3, REEL_LINK_NO_LIMIT), REEL_LINK_PAUSED);
     EXPECT_EQ(reel_link_flush(link, REEL_LINK_NO_LIMIT), REEL_LINK_PAUSED);
+    go_on();
     EXPECT_EQ(reel_link_wait(link, REEL_LINK_NO_LIMIT), REEL_LINK_RESUMED);
     EXPECT_EQ(send(3), REEL_LINK_OK); // a pause follows
     int result;
     while ((result = send(4)) == REEL_LINK_OK) {
     }
     EXPECT_EQ(result, REEL_LINK_PAUSED);
+    go_on();
     EXPECT_EQ(reel_link_wait(link, 5000), REEL_LINK_RESUMED);
     EXPECT_EQ(send(4), REEL_LINK_OK);
     EXPECT_EQ(reel_link_wait(link, 50), REEL_LINK_OK);
@@ -106,8 +108,8 @@ TEST_F(link_test, TheUserEndsIt) {
         EXPECT_EQ(reel_link_block_input(link), each.result);
         EXPECT_EQ(reel_link_flush(link, 0), each.result);
         const auto begin = clock::now();
-        EXPECT_EQ(reel_link_end(link, REEL_LINK_CLOSE, 5000), each.result);
-        EXPECT_LT(milliseconds_since(begin), 1000);
+        EXPECT_EQ(reel_link_end(link, REEL_LINK_CLOSE, 10000), each.result);
+        EXPECT_LT(milliseconds_since(begin), 10000 / 2) << "a player that does not end by itself";
         EXPECT_EQ(reel_link_wait(link, 0), REEL_LINK_BAD_CALL);
     }
 }
@@ -118,26 +120,27 @@ TEST_F(link_test, NoSessionWithoutAPlayer) {
         const char *orders;
         int result;
         const char *text;
+        int limit = 20'000;
     } cases[] = {
         {"/nowhere/player", "", REEL_LINK_NO_PLAYER, "no program to start: /nowhere/player"},
         {"/etc/passwd", "", REEL_LINK_NO_PLAYER, "/etc/passwd"},
         {"/bin/true", "", REEL_LINK_NOT_LINKED, "ended (exit status 0) before it had linked"},
         {FAKE_PLAYER_PROGRAM, "exit=7", REEL_LINK_NOT_LINKED, "ended (exit status 7)"},
-        {FAKE_PLAYER_PROGRAM, "mute", REEL_LINK_NOT_LINKED, "did not link itself in time"},
+        {FAKE_PLAYER_PROGRAM, "mute", REEL_LINK_NOT_LINKED, "did not link itself in time", 700},
         {FAKE_PLAYER_PROGRAM, "garbage", REEL_LINK_NOT_LINKED, "is it another program?"},
         {FAKE_PLAYER_PROGRAM, "kill", REEL_LINK_NOT_LINKED, "does not want to be linked"},
-        {FAKE_PLAYER_PROGRAM, "silent", REEL_LINK_NOT_LINKED, "was not ready in time"},
-        {FAKE_PLAYER_PROGRAM, "silent alarm=100000", REEL_LINK_NOT_LINKED, "before its window"},
+        {FAKE_PLAYER_PROGRAM, "silent", REEL_LINK_NOT_LINKED, "was not ready in time", 700},
+        {FAKE_PLAYER_PROGRAM, "silent=100", REEL_LINK_NOT_LINKED, "before its window"},
         {FAKE_PLAYER_PROGRAM, "size=-1x4", REEL_LINK_NOT_LINKED, "-1 x 4 pixels"},
         {FAKE_PLAYER_PROGRAM, "size=40000x4", REEL_LINK_NOT_LINKED, "40000 x 4 pixels"},
     };
-    session.start_limit = 700;
     for (const auto &each : cases) {
         SCOPED_TRACE(std::string(each.program) + " " + each.orders);
         session.player = each.program;
+        session.start_limit = each.limit;
         const auto begin = clock::now();
         EXPECT_EQ(start(each.orders), each.result);
-        EXPECT_LT(milliseconds_since(begin), 700 + 1200);
+        EXPECT_LT(milliseconds_since(begin), 10'000) << "the silent ones end after 20 seconds";
         EXPECT_NE(text().find(each.text), std::string::npos) << text();
         EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
         EXPECT_TRUE(are_segments_gone());
@@ -200,19 +203,18 @@ TEST_F(link_test, AStoppedPlayerIsNotALostOne) {
 TEST_F(link_test, AStoppedPlayerIsClosedAllTheSame) {
     ASSERT_EQ(start("stop@1"), REEL_LINK_OK) << text();
     ASSERT_EQ(send_to(1), REEL_LINK_OK);
+    await_rest(reel_link_player_process(link));
     EXPECT_EQ(reel_link_end(link, REEL_LINK_CLOSE, 200), REEL_LINK_TIMEOUT);
     EXPECT_EQ(text(), "the player had to be killed");
 }
 
 // A frame is not written over while the player copies it: a slow copy holds up the second next.
 TEST_F(link_test, BlocksAreUsedInTurn) {
-    ASSERT_EQ(start("slow@1=300"), REEL_LINK_OK) << text();
-    const auto begin = clock::now();
+    ASSERT_EQ(start("slow@1"), REEL_LINK_OK) << text();
     ASSERT_EQ(send(1), REEL_LINK_OK);
-    EXPECT_LT(milliseconds_since(begin), 250);
     EXPECT_EQ(send(2, 50), REEL_LINK_TIMEOUT);
+    go_on();
     EXPECT_EQ(send(2), REEL_LINK_OK);
-    EXPECT_GE(milliseconds_since(begin), 300);
     EXPECT_EQ(reel_link_flush(link, 5000), REEL_LINK_OK);
     std::uint32_t sum = 0;
     for (int word = 0; word < 8 * 4; ++word)

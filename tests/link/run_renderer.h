@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 #include <span>
 #include <string>
@@ -15,15 +16,19 @@ struct renderer_outcome {
     std::string out; // standard output and standard error
 };
 
-// A command line for the shell; orders are the fake player's.
-inline renderer_outcome run_renderer(const std::string &command, const char *orders) {
+// A command line for the shell; orders are the fake player's. heed, if any, gets each line at once.
+inline renderer_outcome run_renderer(const std::string &command, const char *orders,
+                                     const std::function<void(const std::string &)> &heed = {}) {
     ::setenv("FAKE_PLAYER", orders, 1);
     ::setenv("REEL_PLAYER", FAKE_PLAYER_PROGRAM, 1);
     renderer_outcome got;
     std::FILE *pipe = ::popen((command + " 2>&1").c_str(), "r");
     char buffer[256];
-    while (pipe != nullptr && std::fgets(buffer, sizeof buffer, pipe) != nullptr)
+    while (pipe != nullptr && std::fgets(buffer, sizeof buffer, pipe) != nullptr) {
         got.out += buffer;
+        if (heed)
+            heed(buffer);
+    }
     const int status = pipe != nullptr ? ::pclose(pipe) : -1;
     got.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return got;

@@ -397,7 +397,7 @@ TEST_F(linked_session_test, windows_answer_while_a_parent_stalls_or_floods) {
         click(progress.cancel); // the link is lost: no question
         EXPECT_TRUE(has_ended());
         const auto time = std::chrono::steady_clock::now() - start;
-        EXPECT_LT(time, std::chrono::milliseconds(4000));
+        EXPECT_LT(time, std::chrono::milliseconds(8000));
         EXPECT_GT(time, std::chrono::milliseconds(900));
     });
     EXPECT_NE(said.find(lost_text()), std::string::npos) << said;
@@ -416,6 +416,7 @@ TEST_F(linked_session_test, windows_answer_while_a_parent_stalls_or_floods) {
         tap(display::key_return);
         EXPECT_TRUE(has_ended());
         is_enough = true;
+        ::shutdown(parent.socket, SHUT_RDWR); // a player that hangs reads no more
         flood.join();
     });
 }

@@ -70,6 +70,7 @@ protected:
         setenv("PLAYER_DISPLAY", "memory", 1);
         program_clock::use_manual_clock(0);
         folder = testing::TempDir() + "player" + std::to_string(getpid());
+        std::filesystem::remove_all(folder); // of a test that was killed
         std::filesystem::create_directories(folder);
         player::state = {};
         player::playback = {};

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
@@ -14,6 +15,8 @@
 #include <xcb/xcb.h>
 
 namespace {
+
+constexpr int patience_ms = 30'000;
 
 // Starts a program that ends with us.
 pid_t start(const std::vector<const char *> &words, const char *display) {
@@ -84,12 +87,14 @@ virtual_server::virtual_server(const options &wanted) {
     char text[16] = "";
     std::size_t length = 0;
     ssize_t got = 0;
+    pollfd told{ends[0], POLLIN, 0};
     while (length < sizeof text - 1 && std::strchr(text, '\n') == nullptr &&
+           poll(&told, 1, patience_ms) == 1 &&
            (got = read(ends[0], text + length, sizeof text - 1 - length)) > 0) {
         length += static_cast<std::size_t>(got);
     }
     close(ends[0]);
-    if (length == 0) {
+    if (std::strchr(text, '\n') == nullptr) {
         std::fprintf(stderr, "Xvfb did not start\n");
         return;
     }

@@ -24,7 +24,8 @@ using display::window_kind;
 using display::window_state;
 using display::x11::frame_way;
 
-constexpr std::int64_t patience_us = 3'000'000;
+constexpr std::int64_t patience_us = 20'000'000;
+constexpr int patience_ms = 20'000;
 
 bool is_readable(int timeout_ms) {
     pollfd p{display::server().fd(), POLLIN, 0};
@@ -65,8 +66,23 @@ protected:
         }
     }
 
-    // Lets the server and a window manager come to rest.
+    // Lets the server and a window manager come to rest, as a rule: they may need longer.
     void come_to_rest() { (void)await(event_kind::none, 150'000); }
+
+    // Takes what the server has to say of all that was asked of it.
+    void catch_up() {
+        (void)d->pointer(); // a round trip
+        (void)await(event_kind::none, 10'000);
+    }
+
+    // Whether a window is where it should be, once it has come to rest.
+    bool rests_at(window_id w, rectangle area) {
+        const std::int64_t end = program_clock::now_us() + patience_us;
+        do {
+            come_to_rest();
+        } while (d->geometry(w) != area && program_clock::now_us() < end);
+        return d->geometry(w) == area;
+    }
 
     window_id open(rectangle area, window_kind kind = window_kind::normal) {
         const window_id w = d->open("the window", area, kind, 0);
@@ -180,6 +196,7 @@ struct key_case {
 TEST_F(x11_display, keys_have_their_codes_on_every_layout) {
     start({});
     open({0, 0, 400, 400});
+    observer->stop_repeats();
     observer->move_pointer({50, 50});
     const auto expect_keys = [&](std::initializer_list<key_case> cases) {
         for (const key_case &k : cases) {
@@ -302,25 +319,28 @@ TEST_F(x11_display, works_with_a_window_manager) {
     start({.window_manager = true});
     const rectangle area{300, 200, 320, 240};
     const window_id w = open(area);
-    EXPECT_EQ(d->geometry(w), area);
+    EXPECT_TRUE(rests_at(w, area));
     fill(w, 3);
-    d->present(w, 0, {0, 0, 320, 240});
-    EXPECT_EQ(count_wrong(area, {0, 0, 320, 240}, 3, 1), 0U);
+    std::size_t wrong = 1;
+    for (int tries = 0; wrong != 0 && tries < 20; ++tries) { // the frame may come late
+        d->present(w, 0, {0, 0, 320, 240});
+        wrong = count_wrong(area, {0, 0, 320, 240}, 3, 1);
+        come_to_rest();
+    }
+    EXPECT_EQ(wrong, 0U);
     for (int round = 0; round < 2; ++round) { // no drift by the frame
         d->set_state(w, window_state::hidden);
         come_to_rest();
         d->set_state(w, window_state::shown);
         EXPECT_TRUE(await(event_kind::redraw));
-        come_to_rest();
-        EXPECT_EQ(d->geometry(w), area);
+        EXPECT_TRUE(rests_at(w, area));
     }
     EXPECT_EQ(d->window_at({area.x, area.y}), w); // inside the manager's frame
     EXPECT_EQ(d->window_at({area.x, area.y - 1}), 0);
     const rectangle moved{111, 222, 333, 144};
     d->configure(w, moved);
     ASSERT_TRUE(await(event_kind::geometry));
-    come_to_rest();
-    EXPECT_EQ(d->geometry(w), moved);
+    EXPECT_TRUE(rests_at(w, moved));
 
     const xcb_window_t theirs = observer->find("the window");
     ASSERT_NE(theirs, 0U);
@@ -332,8 +352,7 @@ TEST_F(x11_display, works_with_a_window_manager) {
     EXPECT_TRUE(await(event_kind::iconify));
     observer->send(theirs, "_NET_ACTIVE_WINDOW", {2}, true);
     EXPECT_TRUE(await(event_kind::deiconify));
-    come_to_rest();
-    EXPECT_EQ(d->geometry(w), moved);
+    EXPECT_TRUE(rests_at(w, moved));
     observer->send(theirs, "_NET_CLOSE_WINDOW", {0, 2}, true);
     ASSERT_TRUE(await(event_kind::close));
     EXPECT_EQ(last.window, w);
@@ -343,20 +362,21 @@ TEST_F(x11_display, the_descriptor_wakes_at_once_and_rests_when_idle) {
     start({});
     const window_id w = open({0, 0, 100, 100});
     observer->move_pointer({50, 50});
-    come_to_rest();
+    (void)observer->look({0, 0, 1, 1}); // a round trip: the pointer has moved
+    catch_up();
     for (int round = 0; round < 20; ++round) {
-        EXPECT_FALSE(is_readable(0));
+        ASSERT_FALSE(is_readable(0));
         observer->press_button(1, round % 2 == 0);
-        (void)observer->look({0, 0, 1, 1}); // a round trip: the press is in our socket ...
-        d->present(w, 0, {0, 0, 100, 100}); // ... and may be read by the present
-        EXPECT_TRUE(is_readable(5));
-        EXPECT_TRUE(await(event_kind::button, 5'000));
-        (void)await(event_kind::none, 10'000);
+        (void)observer->look({0, 0, 1, 1});    // a round trip: the press is in our socket ...
+        d->present(w, 0, {0, 0, 100, 100});    // ... and may be read by the present
+        ASSERT_TRUE(is_readable(patience_ms)); // nothing else would wake it
+        ASSERT_TRUE(await(event_kind::button));
+        catch_up();
     }
     EXPECT_FALSE(is_readable(300));
     const std::int64_t due = program_clock::now_us() + 30'000;
     d->set_tick(due);
-    EXPECT_TRUE(is_readable(200));
+    EXPECT_TRUE(is_readable(patience_ms));
     EXPECT_GE(program_clock::now_us(), due);
     EXPECT_TRUE(await(event_kind::tick, 0));
     EXPECT_FALSE(is_readable(0));
@@ -454,7 +474,7 @@ TEST_F(x11_display, a_server_that_dies_is_an_event) {
         for (int i = 0; i < 20; ++i) { // writes into the closed connection too
             d->present(w, 0, {0, 0, 500, 400});
         }
-        EXPECT_TRUE(is_readable(5));
+        EXPECT_TRUE(is_readable(patience_ms));
         ASSERT_TRUE(await(event_kind::lost));
         fill(w, 1);
         d->set_title(w, "gone");

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <string_view>
 #include <xcb/xtest.h>
@@ -11,6 +12,9 @@
 namespace {
 template <class reply> display::malloced<reply> own(reply *r) {
     return display::malloced<reply>(r);
+}
+std::chrono::steady_clock::time_point patience_end() {
+    return std::chrono::steady_clock::now() + std::chrono::seconds(20);
 }
 } // namespace
 
@@ -44,6 +48,12 @@ std::vector<std::uint32_t> x11_observer::look(display::rectangle area) {
 void x11_observer::press_key(int keycode, bool down) {
     xcb_test_fake_input(c_, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE,
                         static_cast<std::uint8_t>(keycode), 0, root_, 0, 0, 0);
+    xcb_flush(c_);
+}
+
+void x11_observer::stop_repeats() {
+    const std::uint32_t off = XCB_AUTO_REPEAT_MODE_OFF;
+    xcb_change_keyboard_control(c_, XCB_KB_AUTO_REPEAT_MODE, &off);
     xcb_flush(c_);
 }
 
@@ -109,7 +119,7 @@ bool x11_observer::drop(xcb_window_t target, const std::string &list, void (*let
     send(target, "XdndEnter", {source, 5U << 24, files, 0, 0});
     send(target, "XdndPosition", {source, 0, 70U << 16 | 80, 0, atom("XdndActionCopy")});
     send(target, "XdndDrop", {source, 0, 0, 0, 0});
-    for (int tries = 0; tries < 200; ++tries) {
+    for (const auto end = patience_end(); std::chrono::steady_clock::now() < end;) {
         let_target_work();
         while (const auto e = own(xcb_poll_for_event(c_))) {
             if ((e->response_type & 0x7f) == XCB_SELECTION_REQUEST) {
@@ -190,7 +200,7 @@ std::string x11_observer::ask_text(const char *target, void (*let_owner_work)())
     xcb_convert_selection(c_, make_window(), atom("CLIPBOARD"), atom(target), atom("TAKEN"),
                           XCB_CURRENT_TIME);
     xcb_flush(c_);
-    for (int tries = 0; tries < 200; ++tries) {
+    for (const auto end = patience_end(); std::chrono::steady_clock::now() < end;) {
         let_owner_work();
         while (const auto e = own(xcb_poll_for_event(c_))) {
             const auto *x = reinterpret_cast<const xcb_selection_notify_event_t *>(e.get());

@@ -19,6 +19,8 @@ public:
     [[nodiscard]] std::vector<std::uint32_t> look(display::rectangle area);
 
     void press_key(int keycode, bool down);
+    // Keys are pressed once, however long they are held.
+    void stop_repeats();
     void press_button(int button, bool down);
     void move_pointer(display::point to);
 

@@ -37,6 +37,7 @@ struct few_fonts : fonts {
                 originals.push_back(found.front().path);
         }
         fm::fmexit();
+        files::remove_all(folder); // of a test that was killed
         files::create_directories(folder / "cache");
         std::ofstream(folder / "fonts.conf")
             << "<?xml version=\"1.0\"?><fontconfig><dir>" << folder.string() << "</dir><cachedir>"

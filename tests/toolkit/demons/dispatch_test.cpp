@@ -11,6 +11,7 @@ protected:
     void SetUp() override {
         dispatch_fixture::SetUp();
         directory = testing::TempDir() + "dispatch_test_" + std::to_string(getpid());
+        std::filesystem::remove_all(directory); // of a test that was killed
         std::filesystem::create_directory(directory);
         happened.clear();
     }
@@ -362,27 +363,33 @@ TEST_F(dispatch_test, an_idle_loop_sleeps) {
     gl::gexit();
     program_clock::use_system_clock();
     gl_input_init();
-    static std::int64_t begun_us, used_us, begun_cpu_us;
+    constexpr std::int64_t most_us = 2'500; // of half a second
+    static std::int64_t begun_us, least_us, begun_cpu_us;
+    static int looks;
     begun_us = 0;
+    least_us = program_clock::us_per_second;
+    looks = 0;
     enable_timer2_events(
         [] {
             const std::int64_t now = program_clock::now_us();
             if (!gl::isqueued(gl::MOUSEX))
                 return; // the cursor has not rested for long enough yet
-            if (begun_us == 0) {
-                begun_us = now;
-                begun_cpu_us = program_clock::process_us();
-            } else if (now - begun_us >= 1'000'000) {
-                used_us = program_clock::process_us() - begun_cpu_us;
+            const std::int64_t now_cpu = program_clock::process_us();
+            if (begun_us != 0 && now - begun_us < 500'000)
+                return;
+            if (begun_us != 0) // on a busy machine what it uses may be more, now and then
+                least_us = std::min(least_us, now_cpu - begun_cpu_us);
+            begun_us = now;
+            begun_cpu_us = now_cpu;
+            if (least_us < most_us || ++looks == 10)
                 bump();
-            }
         },
         30);
     move_pointer({700, 500});
     main_event_loop();
     gl::unqdevice(gl::TIMER2);
-    EXPECT_GT(used_us, 0);
-    EXPECT_LT(used_us, 5'000);
+    EXPECT_GT(least_us, 0);
+    EXPECT_LT(least_us, most_us);
 }
 
 } // namespace toolkit

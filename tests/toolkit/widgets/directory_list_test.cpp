@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <unistd.h>
@@ -86,12 +86,12 @@ TEST_F(scratch, many_files_are_read_at_once) {
             ? void()
             : write(std::to_string(i));
     directory_list list;
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock(); // of our own time: others may be busy
     ASSERT_EQ(read_directory(path, list, &fault), 0);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    const std::clock_t taken = std::clock() - begin;
     ASSERT_EQ(list.entries.size(), 20000U);
     EXPECT_EQ(list.entries[19999].name, "19999");
-    EXPECT_LT(taken.count(), 5.0) << "also under a sanitizer on a busy machine";
+    EXPECT_LT(taken, 5 * CLOCKS_PER_SEC) << "also under a sanitizer";
 }
 
 TEST(paths, are_taken_apart_and_put_together) {

@@ -6,7 +6,7 @@
 #include "toolkit/widgets/edit_string.h"
 #include "toolkit/widgets/file_list.h"
 
-#include <chrono>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -316,14 +316,14 @@ TEST_F(file_tool, cut_names_have_no_gap_before_the_dots) {
 
 TEST_F(file_tool, shows_large_folders_at_once) {
     constexpr int count = 50'000;
-    constexpr auto most = std::chrono::seconds(15); // with sanitizers, on a busy machine
+    constexpr std::clock_t most = 15 * CLOCKS_PER_SEC; // with sanitizers
     for (int i = 0; i < count; ++i)
         ::close(::open((folder + "/sub/" + std::to_string(i)).c_str(), O_CREAT | O_WRONLY, 0644));
     open(false, nullptr);
-    auto begin = std::chrono::steady_clock::now();
+    std::clock_t begin = std::clock(); // of our own time: others may be busy
     type("s\r");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, most);
-    begin = std::chrono::steady_clock::now();
+    EXPECT_LT(std::clock() - begin, most);
+    begin = std::clock();
     move_to(tool->list->box.x + 20, tool->list->box.y + 20);
     for (int i = 0; i < 100; ++i)
         press(true, display::wheel_down);
@@ -335,7 +335,7 @@ TEST_F(file_tool, shows_large_folders_at_once) {
     move_to(knob.x + 4, tool->list->box.y - 50);
     press(false);
     EXPECT_EQ(tool->list->top + rows_of(tool->list), count + 2) << "dragged to the end";
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, most) << "it draws what is seen only";
+    EXPECT_LT(std::clock() - begin, most) << "it draws what is seen only";
 }
 
 TEST_F(file_tool, callbacks_may_destroy_it) {
