@@ -75,6 +75,7 @@ protected:
                  const toolkit::screen_box &part) {
         picture before;
         int same = 0;
+        pause();
         return becomes([&] {
             picture now = is_open(title) ? look(title, window, part) : picture();
             same = !is_plain(now) && now == before ? same + 1 : 0;
@@ -232,6 +233,7 @@ TEST_F(shown_menus, hang_over_edges_whole_and_go_with_their_window) {
     iconify_window(menus_title);
     EXPECT_TRUE(has_popups(0));
     user->send(user->find(menus_title), "_NET_ACTIVE_WINDOW", {2, 0, 0}, true);
+    pause();
     ASSERT_TRUE(settles(menus_title, menus_window, mode_line));
     shown_program::press(title(playback_menu_x));
     ASSERT_TRUE(has_popups(1));

@@ -4,6 +4,8 @@
 # shellcheck source=scripts/virtual_display.sh
 . "$root/scripts/virtual_display.sh"
 
+unset "${!PLAYER_@}" # a test says itself what it wants
+patience=60 # seconds
 work=$(mktemp -d)
 tool=
 window=
@@ -16,8 +18,8 @@ cleanup() { # STATUS COMMAND, the last one
 trap 'cleanup $? "$BASH_COMMAND"' EXIT
 fail() {
     echo "FAILED: $*" >&2
-    import -silent -window root "png24:${TMPDIR-/tmp}/player_failure.png" 2>/dev/null &&
-        echo "(the screen: ${TMPDIR-/tmp}/player_failure.png)" >&2
+    local screenshot=${TMPDIR-/tmp}/${0##*/}_failure.png
+    import -silent -window root "png24:$screenshot" 2>/dev/null && echo "(the screen: $screenshot)" >&2
     exit 1
 }
 
@@ -58,32 +60,41 @@ begin_player() {
 }
 ended_well() {
     local status=0
-    timeout 10 tail --pid="$tool" -f /dev/null || fail 'it does not end'
+    timeout "$patience" tail --pid="$tool" -f /dev/null || fail 'it does not end'
     wait "$tool" || status=$?
     tool=
     [ "$status" -eq 0 ] || fail "ended with status $status"
     [ ! -s "$work/errors" ] || fail "said on standard error: $(cat "$work/errors")"
 }
 
-# The window's place and size now: left, top, wide, high.
+# The window's place and size now: left, top, wide, high. While its frame comes or goes that can not
+# be told for a moment.
 measure_window() {
     local what
-    what=$(xwininfo -id "$window")
+    what=$(xwininfo -id "$window" 2>/dev/null) || { sleep 0.3; what=$(xwininfo -id "$window"); } ||
+        return
     left=$(sed -n 's/.*Absolute upper-left X: *//p' <<<"$what")
     top=$(sed -n 's/.*Absolute upper-left Y: *//p' <<<"$what")
     wide=$(sed -n 's/.*Width: *//p' <<<"$what")
     high=$(sed -n 's/.*Height: *//p' <<<"$what")
 }
-# The picture in the window must be this frame (zoomed): above the controls, in the middle.
-grab() { import -silent -window "$window" png24:"$work/seen.png"; }
+grab() { # the window, in seen.png, which is no older one in any case
+    rm -f "$work/seen.png"
+    import -silent -window "$window" png24:"$work/seen.png"
+}
+# How many pixels two pictures differ in; a word when they can not be compared.
+differing() { compare -metric AE "$work/$1.png" "$work/$2.png" null: 2>&1 || true; }
+grab_middle() { # ZOOM: the picture alone, in middle.png: above the controls
+    grab && convert "$work/seen.png" -gravity south \
+        -crop "$((width * $1))x$((height * $1))+0+$(up 145)" +repage "$work/middle.png"
+}
+# The picture in the window must be this frame (zoomed).
 shows() {
-    local frame=$1 zoom=${2-1} size differing
-    size=$((width * zoom))x$((height * zoom))
-    grab
-    convert "$work/seen.png" -gravity south -crop "$size+0+$(up 145)" +repage "$work/middle.png"
-    convert "$(expected "$frame")" -filter point -resize "$size!" "$work/wanted.png"
-    differing=$(compare -metric AE "$work/wanted.png" "$work/middle.png" null: 2>&1) || true
-    [ "$differing" = 0 ]
+    local frame=$1 zoom=${2-1}
+    grab_middle "$zoom" &&
+        convert "$(expected "$frame")" -filter point -resize "$((width * zoom))x$((height * zoom))!" \
+            "$work/wanted.png" &&
+        [ "$(differing wanted middle)" = 0 ]
 }
 shows_any() {
     local frame
@@ -92,24 +103,42 @@ shows_any() {
     done
     return 1
 }
-# Keys reach the screen within a moment; on a busy machine within a longer one.
+plays() { # other pictures come
+    grab_middle 1 && mv "$work/middle.png" "$work/before.png" && sleep 0.1 && grab_middle 1 &&
+        [ "$(differing before middle)" != 0 ]
+}
+# Keys reach the screen within a moment; on a busy machine within a much longer one.
 await() {
-    local what=$1
+    local what=$1 end=$((SECONDS + patience))
     shift
-    for _ in $(seq 100); do
-        "$@" && return 0
+    until "$@"; do
+        [ "$SECONDS" -lt "$end" ] || fail "$what"
         sleep 0.05
     done
-    fail "$what"
 }
 key() { xdotool key --delay 30 "$@"; }
 lines() { wc -l <"$work/stats"; }
 has_lines() { [ "$(lines)" -ge "$1" ]; }
-is_iconic() { xprop -id "$window" WM_STATE | grep -q 'window state: Iconic'; }
-is_normal() { xprop -id "$window" WM_STATE | grep -q 'window state: Normal'; }
-window_named() { xdotool search --onlyvisible --name "$1" >/dev/null 2>&1; }
-no_window_named() { ! window_named "$1"; }
-title_has() { xprop -id "$window" _NET_WM_NAME | grep -q "$1"; }
+state_is() { [[ $(xprop -id "$window" WM_STATE) == *"window state: $1"* ]]; }
+title_has() { [[ $(xprop -id "$window" _NET_WM_NAME) == *"$1"* ]]; }
+# window_named NAME: whether there is one to be seen; its number is in `found`. While windows come and
+# go the answer may be an error: that is neither the one nor the other.
+window_named() {
+    found=$(xdotool search --onlyvisible --name "$1" 2>/dev/null) || return
+    found=${found%%$'\n'*}
+}
+no_window_named() { [ -z "$(xdotool search --onlyvisible --name "$1" 2>&1)" ]; }
+# Menus are the player's windows that have no frame.
+menu_is_open() {
+    local id
+    for id in $(xwininfo -root -children | awk '/"PlayerTool"\)/ {print $1}'); do
+        [[ $(xwininfo -id "$id" 2>/dev/null) != *'Map State: IsViewable'* ]] || return 0
+    done
+    return 1
+}
+no_menu_is_open() { ! menu_is_open; }
+# Whether a process runs. One that has ended may wait for who asks how it ended.
+runs() { [[ $(sed -n 's/^State:[[:space:]]*//p' "/proc/$1/status" 2>/dev/null) == [!ZX]* ]]; }
 
 # press PART: a click on it.
 press() {
@@ -135,32 +164,37 @@ point_at_window() {
     measure_window
     xdotool mousemove $((left + wide / 2)) $((top + $(up 50)))
 }
+# The player looks where the pointer is: it stays until the menu is open, and gone again.
 choose() {
     local x=$1
     shift
     measure_window
     xdotool mousemove $((left + x)) $((top + 12)) click 1
-    sleep 0.2
+    await 'a menu opens' menu_is_open
     key "$@"
+    await 'the menu goes' no_menu_is_open
     xdotool mousemove $((left + wide / 2)) $((top + $(up 50))) # as point_at_window; it may be gone
 }
 choose_animation() { choose 40 "$@"; }
 choose_playback() { choose 130 "$@"; }
 
-# Idle: nothing at all wakes it while nothing happens. At first it may still wait for a double click.
-wakings() { awk '/ctxt_switches/ {n += $2} END {print n}' "/proc/$tool/task/"*/status; }
+# Idle: nothing at all wakes it while nothing happens. What is not over yet, such as a wait for a double
+# click, and other programs' late words may do so, but not again and again.
+wakings() { cat "/proc/$tool/task/"*/status 2>/dev/null | awk '/ctxt_switches/ {n += $2} END {print n}'; }
 ticks() { awk '{print $14 + $15}' "/proc/$tool/stat"; }
-idle_for_three_seconds() {
-    local before='' woken used
-    for _ in $(seq 10); do
-        [ "$(wakings)" != "$before" ] || break
-        before=$(wakings)
-        sleep 1
-    done
+is_idle_for_three_seconds() {
+    local before
+    before=$(wakings)
     used=$(ticks)
     sleep 3
     woken=$(($(wakings) - before))
     used=$(($(ticks) - used))
-    [ "$woken" -eq 0 ] || fail "woken $woken times in 3 s of standing still"
-    [ "$used" -eq 0 ] || fail "$used hundredths of a second used in 3 s of standing still"
+    [ "$woken" -eq 0 ] && [ "$used" -eq 0 ]
+}
+idle_for_three_seconds() {
+    local woken used
+    for _ in $(seq 5); do
+        ! is_idle_for_three_seconds || return 0
+    done
+    fail "woken $woken times, $used hundredths of a second used in 3 s of standing still"
 }

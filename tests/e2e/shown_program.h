@@ -17,7 +17,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <map>
 #include <optional>
 #include <spawn.h>
 #include <string>
@@ -31,7 +34,7 @@ namespace gallery {
 
 class shown_program {
 protected:
-    static constexpr std::int64_t patience_us = 10'000'000;
+    static constexpr std::int64_t patience_us = 60'000'000;
 
     void start_server(bool with_manager) {
         has_manager = with_manager;
@@ -102,6 +105,7 @@ protected:
         xcb_configure_window(connection, user->find(title),
                              XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values);
         xcb_flush(connection);
+        pause();
     }
     void close_window(const char *title) {
         if (has_manager)
@@ -115,6 +119,7 @@ protected:
     }
     void iconify_window(const char *title) {
         user->send(user->find(title), "WM_CHANGE_STATE", {3}, true);
+        pause();
     }
 
     // ---- eyes and hands
@@ -142,11 +147,58 @@ protected:
     void press(display::point at) {
         point_at(at);
         user->press_button(1, true);
-        pause(); // the program looks where the pointer is: hands are not elsewhere at once
+        pause();
         user->press_button(1, false);
         pause();
     }
-    static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(30)); }
+    // Until all that was started, servers too, has done what there is to do: programs look where the
+    // pointer is, so hands are not elsewhere before they have.
+    static void pause() {
+        constexpr std::int64_t most_us = 5'000'000;
+        const std::int64_t end = program_clock::now_us() + most_us;
+        const all_threads begin = threads_of_children();
+        do
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        while (!have_done(begin) && program_clock::now_us() < end);
+    }
+
+    struct thread_state {
+        char letter = 'R';
+        long runs = 0; // how often it has gone to sleep
+        bool operator==(const thread_state &) const = default;
+    };
+    using all_threads = std::map<std::string, thread_state>;
+
+    static all_threads threads_of_children() {
+        namespace fs = std::filesystem;
+        all_threads all;
+        std::error_code gone;
+        std::ifstream children("/proc/self/task/" + std::to_string(getpid()) + "/children");
+        for (std::string child; children >> child;)
+            for (const auto &thread : fs::directory_iterator("/proc/" + child + "/task", gone)) {
+                std::ifstream status(thread.path() / "status");
+                thread_state &state = all[thread.path()];
+                for (std::string word; status >> word;)
+                    if (word == "State:")
+                        status >> state.letter;
+                    else if (word == "voluntary_ctxt_switches:")
+                        status >> state.runs;
+            }
+        return all;
+    }
+    // A thread has done when it sleeps and has not run meanwhile (who is woken runs at once as far as
+    // its state is concerned), or when it has slept this often: a program that has nothing else to do
+    // asks for a while where the pointer is.
+    static bool have_done(all_threads begin) {
+        constexpr long often = 200;
+        all_threads before = threads_of_children();
+        for (const auto &[name, now] : threads_of_children()) {
+            const bool runs = now.letter == 'R' || now.letter == 'D' || !(before[name] == now);
+            if (runs && now.runs - begin[name].runs < often)
+                return false;
+        }
+        return true;
+    }
 
     std::optional<virtual_server> server;
     std::optional<x11_observer> user;

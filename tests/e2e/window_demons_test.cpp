@@ -31,7 +31,7 @@ struct shown_window_demons : testing::Test {
     // Bits of the desktop's message that moves a window.
     static constexpr std::uint32_t static_gravity = 10, gives_x_y = 0x300, from_user = 0x2000;
 
-    static constexpr std::int64_t patience_us = 5'000'000;
+    static constexpr std::int64_t patience_us = 60'000'000;
     static constexpr int events_at_a_time = 20;
 
     void SetUp() override {
@@ -146,12 +146,15 @@ TEST_F(shown_window_demons, live_with_a_window_manager) {
     }));
     EXPECT_EQ(of_below->box.x - below->box.x, 90);
     EXPECT_EQ(of_below->box.y - below->box.y, 60);
-    EXPECT_TRUE(is_seen(of_below));
+    EXPECT_TRUE(becomes([&] { return is_seen(of_below); }));
     EXPECT_TRUE(enters(of_below, middle(of_below)));
 
     // An icon, and back.
     user->send(user->find("above"), "WM_CHANGE_STATE", {3}, true);
-    ASSERT_TRUE(becomes([&] { return !is_seen(of_above); }));
+    ASSERT_TRUE(becomes([&] { // and is known as one
+        return !is_seen(of_above) &&
+               (gl_get_window_record(above->window)->flags & window_frozen) != 0;
+    }));
     user->move_pointer(shared);
     EXPECT_TRUE(becomes([&] { return inq_demon_god()->box_in_child == nullptr; }));
     demon_pop_message(above);
