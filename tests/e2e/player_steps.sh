@@ -137,6 +137,12 @@ menu_is_open() {
     return 1
 }
 no_menu_is_open() { ! menu_is_open; }
+# The tool's own waiting ends at once while no window is active.
+is_active() {
+    xdotool windowactivate "$1" 2>/dev/null || true
+    [ "$(xdotool getactivewindow 2>/dev/null)" = "$1" ]
+}
+activate() { await 'a window becomes active' is_active "$1"; }
 # Whether a process runs. One that has ended may wait for who asks how it ended.
 runs() { [[ $(sed -n 's/^State:[[:space:]]*//p' "/proc/$1/status" 2>/dev/null) == [!ZX]* ]]; }
 

@@ -38,7 +38,8 @@ press_cancel() { click -75 25; }
 press_paused() { click 75 25; }
 press_ok() { click 0 25; }
 press_close_box() { # WINDOW
-    xdotool windowactivate --sync "$1" key alt+F4
+    activate "$1"
+    key alt+F4
 }
 close_window() { # the progress window; and keeps rendering
     press_close_box "$progress"
